@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "platform/run_time_error.h"
+
+// The guarded-routine convention. A routine is a sequence of statements; when one fails, a decision is taken:
+// leave the routine, run the statement again, or go on with the next one. Routines have no try/catch of their
+// own for it.
+//
+//     void CDBUpdate::UpdateProvider(std::int32_t provider_id) {
+//         Guarded("Corvane.CDBUpdate.UpdateProvider", [&](Statements& run) {
+//             run([&] { channels_->Filter(filter); });
+//             const auto count = run([&] { return channels_->RecordCount(); });
+//         });
+//     }
+namespace pellago {
+
+enum class Decision : std::int32_t { kAbort = 0, kRetry = 1, kIgnore = 2 };
+
+/// Runs the statements of one routine. `decide` is asked about each failure, which is then the current one
+/// (Err()).
+class Statements final {
+public:
+    explicit Statements(std::function<Decision()> decide) : decide_(std::move(decide)) {}
+    Statements(const Statements&) = delete;
+    Statements& operator=(const Statements&) = delete;
+
+    /// Runs one statement. A failing statement that is ignored yields a value-initialised result, as a
+    /// variable that was never assigned. Line by builtin: std::source_location needs a newer clang than the
+    /// oldest we build with.
+    template <class Statement>
+    std::invoke_result_t<Statement> operator()(Statement&& statement, std::int32_t line = __builtin_LINE()) {
+        for (;;) {
+            try {
+                return statement();
+            } catch (const Left&) {
+                throw;
+            } catch (const std::exception&) {
+                Err() = CurrentError(line);
+            }
+            switch (decide_()) {
+                case Decision::kRetry:
+                    break;
+                case Decision::kIgnore:
+                    return std::invoke_result_t<Statement>();
+                default:
+                    throw Left{this};
+            }
+        }
+    }
+
+private:
+    template <class Body>
+    friend void RunStatements(std::function<Decision()> decide, Body&& body);
+
+    struct Left {
+        const Statements* routine;
+    };
+    std::function<Decision()> decide_;
+};
+
+/// Runs a routine whose failures are decided by `decide`; what `decide` throws leaves the routine and reaches
+/// its caller.
+template <class Body>
+void RunStatements(std::function<Decision()> decide, Body&& body) {
+    Statements run(std::move(decide));
+    try {
+        body(run);
+    } catch (const Statements::Left& left) {
+        if (left.routine != &run) throw;
+    }
+}
+
+/// Runs a routine whose failures are of no interest: the next statement runs.
+template <class Body>
+void IgnoringErrors(Body&& body) {
+    RunStatements([] { return Decision::kIgnore; }, std::forward<Body>(body));
+}
+
+namespace guarded_routine {
+void Enter(std::string_view name);
+void Leave();
+/// Asks the error handler; on abort the call stack is cleared.
+Decision AskHandler();
+}  // namespace guarded_routine
+
+/// Runs a routine that is known to the error handler by `name` ("Corvane.", the module, ".", the routine): it
+/// is on the call stack while it runs, and the handler decides about each failure. After an abort the caller
+/// goes on normally. A failure of the handler itself reaches the caller.
+template <class Body>
+void Guarded(std::string_view name, Body&& body, std::int32_t line = __builtin_LINE()) {
+    RunStatements(&guarded_routine::AskHandler, [&](Statements& run) {
+        run([&] { guarded_routine::Enter(name); }, line);
+        body(run);
+        run([&] { guarded_routine::Leave(); }, line);
+    });
+}
+
+}  // namespace pellago

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "infra/app_settings.h"
+#include "infra/error_handler.h"
+
+// The objects that live for the whole process, made once at start and never replaced.
+namespace pellago {
+
+extern std::unique_ptr<CErrorHandler> gErrorHandler;
+extern std::unique_ptr<CAppSettings> gAppSettings;
+extern std::string gAppTitle;
+
+/// The first steps of every program's start: error handler, title, settings, each made although the one
+/// before failed.
+void CreateProcessObjects();
+
+}  // namespace pellago

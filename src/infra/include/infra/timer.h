@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace pellago {
+
+/// Implemented by the owners of timers. A timer does not keep its owner alive, and fires no more once it is
+/// gone.
+class iTimer {
+public:
+    iTimer();
+    virtual ~iTimer();
+    iTimer(const iTimer&) = delete;
+    iTimer& operator=(const iTimer&) = delete;
+
+    /// `lElapsedMS` is the time since the timer's start in milliseconds; it wraps with the tick count.
+    virtual void iTimer_Fire(std::int32_t lElapsedMS) = 0;
+
+private:
+    friend class cTimer;
+    std::shared_ptr<bool> alive_;
+};
+
+/// A periodic timer that calls its owner's iTimer_Fire. Ticks that come while the owner is still inside a
+/// previous one are lost. Released, it stops; a running timer is restarted by making a new one.
+class cTimer final {
+public:
+    cTimer();
+    ~cTimer();
+    cTimer(const cTimer&) = delete;
+    cTimer& operator=(const cTimer&) = delete;
+
+    /// Fires every `nInterval` milliseconds.
+    void start(std::int32_t nInterval, iTimer& Owner);
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace pellago

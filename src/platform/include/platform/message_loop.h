@@ -1,0 +1,22 @@
+#pragma once
+
+// The event loop of the program's one thread.
+namespace pellago {
+
+/// Owns the event loop of a program without windows. One a process, made first thing in `main`; a program
+/// with windows makes its own instead. Timers, HTTP transfers and the functions below need one of them.
+class MessageLoop final {
+public:
+    MessageLoop();
+    ~MessageLoop();
+    MessageLoop(const MessageLoop&) = delete;
+    MessageLoop& operator=(const MessageLoop&) = delete;
+};
+
+/// Handles all that is pending and returns; never waits. Anything can be called from inside.
+void DoEvents();
+
+/// Sleeps until something happens, and handles it.
+void WaitForEvents();
+
+}  // namespace pellago
