@@ -1,6 +1,7 @@
 #include "platform/text.h"
 
 #include <QString>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -55,7 +56,15 @@ std::string Trim(std::string_view text) { return std::string(TrimmedView(text));
 std::string LCase(std::string_view text) { return ToQt(text).toLower().toStdString(); }
 std::string UCase(std::string_view text) { return ToQt(text).toUpper().toStdString(); }
 
-bool EqualNoCase(std::string_view a, std::string_view b) { return a == b || UCase(a) == UCase(b); }
+bool EqualNoCase(std::string_view a, std::string_view b) {
+    const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
+    if (std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                   [&](char x, char y) { return lower(x) == lower(y); }))
+        return true;
+    if (std::all_of(a.begin(), a.end(), is_ascii) && std::all_of(b.begin(), b.end(), is_ascii)) return false;
+    return UCase(a) == UCase(b);
+}
 
 std::size_t Len(std::string_view text) {
     std::size_t units = 0;

@@ -3,12 +3,18 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
+#include "infra/guarded_routine.h"
+#include "infra/timer.h"
 #include "platform/data/command.h"
 #include "platform/data/recordset.h"
 #include "platform/variant.h"
 
 namespace pellago {
+
+class ClsItem;
+class clsChannel;
 
 /// What a run tells its owner, in the declared order. Everything runs on the caller's thread, inside the
 /// entry operation; handlers may call CDBUpdate::Cancel. Texts come from feeds and may hold anything.
@@ -46,46 +52,75 @@ inline constexpr std::int32_t kStoringFailed = 10;
 
 /// The download engine. One object performs one run: give it recordsets and commands, call one entry
 /// operation, read Cancel, release it. The rows of a channel are committed before its OnChannelDone.
-class CDBUpdate final {
+class CDBUpdate final : private iTimer {
 public:
     /// `events` must outlive the engine.
     explicit CDBUpdate(CDBUpdateEvents& events);
-    ~CDBUpdate();
-    CDBUpdate(const CDBUpdate&) = delete;
-    CDBUpdate& operator=(const CDBUpdate&) = delete;
+    ~CDBUpdate() override;
 
     /// True at the start: a full run takes only active providers and channels.
-    bool OnlyActive() const;
-    void OnlyActive(bool only_active);
+    bool OnlyActive() const { return only_active_; }
+    void OnlyActive(bool only_active) { only_active_ = only_active; }
 
     /// Setting it true stops the feed being loaded at once and the run after the present channel.
-    bool Cancel() const;
+    bool Cancel() const { return cancel_; }
     void Cancel(bool cancel);
 
     /// A recordset that is not open is opened; failures of that show at its first use.
-    const std::shared_ptr<Recordset>& ProvidersRecordSet() const;
+    const std::shared_ptr<Recordset>& ProvidersRecordSet() const { return providers_; }
     void ProvidersRecordSet(std::shared_ptr<Recordset> recordset);
-    const std::shared_ptr<Recordset>& ChannelsRecordSet() const;
+    const std::shared_ptr<Recordset>& ChannelsRecordSet() const { return channels_; }
     void ChannelsRecordSet(std::shared_ptr<Recordset> recordset);
-    const std::shared_ptr<Recordset>& DownloadLog() const;
+    const std::shared_ptr<Recordset>& DownloadLog() const { return log_; }
     void DownloadLog(std::shared_ptr<Recordset> recordset);
-    const std::shared_ptr<Recordset>& DownloadSessions() const;
+    const std::shared_ptr<Recordset>& DownloadSessions() const { return sessions_; }
     void DownloadSessions(std::shared_ptr<Recordset> recordset);
 
-    const std::shared_ptr<Command>& ItemSearchByLinkCommand() const;
-    void ItemSearchByLinkCommand(std::shared_ptr<Command> command);
-    const std::shared_ptr<Command>& ItemSearchFullCommand() const;
-    void ItemSearchFullCommand(std::shared_ptr<Command> command);
-    const std::shared_ptr<Command>& ItemAddCommand() const;
-    void ItemAddCommand(std::shared_ptr<Command> command);
+    const std::shared_ptr<Command>& ItemSearchByLinkCommand() const { return search_by_link_; }
+    void ItemSearchByLinkCommand(std::shared_ptr<Command> command) { search_by_link_ = std::move(command); }
+    const std::shared_ptr<Command>& ItemSearchFullCommand() const { return search_full_; }
+    void ItemSearchFullCommand(std::shared_ptr<Command> command) { search_full_ = std::move(command); }
+    const std::shared_ptr<Command>& ItemAddCommand() const { return add_item_; }
+    void ItemAddCommand(std::shared_ptr<Command> command) { add_item_ = std::move(command); }
 
     void Update();
     void UpdateOnlyOneProvider(std::int32_t provider_id);
     void UpdateOnlyOneChannel(std::int32_t channel_id);
 
 private:
-    struct Run;
-    std::unique_ptr<Run> run_;
+    void iTimer_Fire(std::int32_t lElapsedMS) override;
+
+    void WalkProviders(Statements& run, std::int32_t count);
+    void UpdateProvider(std::int32_t provider_id);
+    enum class RunKind { kProvider, kOneChannel };
+    /// The current row of the channels; `index` and `count` for OnChannel.
+    void UpdateChannel(Statements& run, RunKind kind, std::int32_t index, std::int32_t count);
+    void KeepFeed(Statements& run, std::int32_t channel_id);
+
+    void OpenSession();
+    void CloseSession();
+    void WriteDownloadLog(std::int32_t channel_id, std::int32_t result, bool error, std::int32_t new_items,
+                          std::int32_t updated_items);
+
+    void StoreChannelItems(std::int32_t channel_id);
+    /// True when the item was new.
+    bool StoreItem(Statements& run, std::int32_t channel_id, const ClsItem& item);
+    bool IsKnown(std::int32_t channel_id, const ClsItem& item);
+    void AddItem(std::int32_t channel_id, const ClsItem& item);
+    void RefreshChannelRow();
+
+    CDBUpdateEvents& events_;
+    std::unique_ptr<clsChannel> loader_;
+    std::unique_ptr<cTimer> timer_;
+    std::shared_ptr<Recordset> providers_;
+    std::shared_ptr<Recordset> channels_;
+    std::shared_ptr<Recordset> sessions_;
+    std::shared_ptr<Recordset> log_;
+    std::shared_ptr<Command> search_by_link_;
+    std::shared_ptr<Command> search_full_;
+    std::shared_ptr<Command> add_item_;
+    bool cancel_ = false;
+    bool only_active_ = true;
 };
 
 }  // namespace pellago

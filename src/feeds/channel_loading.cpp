@@ -1,0 +1,70 @@
+#include "feeds/channel.h"
+#include "infra/guarded_routine.h"
+#include "platform/message_loop.h"
+#include "platform/text.h"
+
+namespace pellago {
+namespace {
+
+constexpr std::int32_t kTimeOut = 60'000;  // milliseconds
+constexpr std::int32_t kArriving = 1;
+constexpr std::int32_t kComplete = 4;
+
+}  // namespace
+
+clsChannel::clsChannel() = default;
+clsChannel::~clsChannel() = default;
+
+bool clsChannel::Load(const std::string& address) {
+    bool loaded = false;
+    IgnoringErrors([&](Statements& run) { loaded = run([&] { return LoadDocument(address); }); });
+    timer_.reset();
+    document_.reset();
+    return loaded;
+}
+
+bool clsChannel::LoadDocument(const std::string& address) {
+    document_ = std::make_unique<XmlDocument>();
+    timer_ = std::make_unique<cTimer>();
+    timer_->start(kTimeOut, *this);
+    document_->Load(address);
+    load_cancelled_ = false;
+    while (document_->ReadyState() != kComplete && !load_cancelled_) WaitForEvents();
+    timer_.reset();
+    if (load_cancelled_ || document_->ParseError().error_code != 0) return false;
+    ParseDocument(*document_);
+    return true;
+}
+
+void clsChannel::ParseDocument(const XmlDocument& document) {
+    items_.Clear();
+    IgnoringErrors([&](Statements& run) {
+        run([&] {
+            const auto root = document.DocumentElement();
+            const auto format = UCase(root->BaseName());
+            if (format == "RDF") ParseRDF(*root);
+            if (format == "RSS") ParseRSS(*root);
+            if (format == "FEED") ParseAtom(*root);
+        });
+    });
+}
+
+void clsChannel::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
+    if (document_ && document_->ReadyState() == kArriving) {
+        document_->Abort();
+        load_cancelled_ = true;
+    }
+    timer_.reset();
+}
+
+void clsChannel::CancelLoading() {
+    IgnoringErrors([&](Statements& run) {
+        run([&] { load_cancelled_ = true; });
+        run([&] {
+            if (document_ && document_->ReadyState() == kArriving) document_->Abort();
+        });
+        run([&] { timer_.reset(); });
+    });
+}
+
+}  // namespace pellago
