@@ -71,15 +71,6 @@ protected:
     CErrorHandler handler_;
 };
 
-TEST_F(AnErrorHandler, StartsWithTheDocumentedValues) {
-    const CErrorHandler fresh;
-    EXPECT_FALSE(fresh.CallStackEnabled() || fresh.TracingEnabled());
-    EXPECT_EQ(fresh.ErrorHandlerActions(), 1);
-    EXPECT_EQ(fresh.TracingFlags(), 0);
-    EXPECT_EQ(fresh.ErrorLogFile(), "Error Log.txt");
-    EXPECT_EQ(fresh.TracingLogFile(), "Tracing Log.txt");
-}
-
 TEST_F(AnErrorHandler, ReportsRoutineAndStackNewestFirst) {
     const std::string pad(20, ' ');
     handler_.CallStackPush("Corvane.frmMain.cmdLog_Click", "");

@@ -150,27 +150,6 @@ TEST_F(AGuardedRoutine, AFailureOfTheHandlerReachesTheCaller) {
     EXPECT_THAT(routine, ThrowsMessage<RunTimeError>("CErrorHandler component failure"));
     EXPECT_EQ(reports_.size(), 1U) << "an enclosing statement must not ask again";
     EXPECT_THAT(done_, IsEmpty());
-
-    reports_.clear();
-    answers_.clear();
-    Guarded("Caller", [&](Statements& run) {
-        run([&] {
-            Guarded("Routine", [&](Statements& inner) {
-                inner([&] {
-                    UseErrorDialog([this](const std::string& report, const std::string&) -> std::int32_t {
-                        reports_.push_back(report);
-                        if (reports_.size() == 1) Fail();
-                        return 2;
-                    });
-                    Fail();
-                });
-            });
-        });
-        run([&] { done_.push_back("caller goes on"); });
-    });
-    ASSERT_EQ(reports_.size(), 2U);
-    EXPECT_THAT(reports_[1], HasSubstr("(CErrorHandler component failure)"));
-    EXPECT_THAT(done_, ElementsAre("caller goes on"));
 }
 
 TEST_F(AGuardedRoutine, HandlesATraceThatCannotBeWrittenLikeAStatement) {

@@ -7,7 +7,6 @@
 #include <filesystem>
 
 #include "platform/message_box.h"
-#include "platform/system_version.h"
 #include "platform/terminal_text.h"
 #include "support/support.h"
 
@@ -16,16 +15,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(ProgramFolder, IsTheNamedOneAndIsMade) {
+TEST(ProgramFolder, IsTheNamedOneElseTheExecutablesWhileThatIsWritable) {
     const test::TempDir folder;
-    const test::EnvVar home("PELLAGO_HOME", folder / "a/b");
-    EXPECT_EQ(ProgramFolder(), folder / "a/b");
-    EXPECT_TRUE(fs::is_directory(folder / "a/b"));
-}
-
-TEST(ProgramFolder, IsTheExecutablesWhileThatIsWritable) {
+    {
+        const test::EnvVar home("PELLAGO_HOME", folder / "a/b");
+        EXPECT_EQ(ProgramFolder(), folder / "a/b");
+        EXPECT_TRUE(fs::is_directory(folder / "a/b"));
+    }
     const test::EnvVar home("PELLAGO_HOME", std::nullopt);
-    EXPECT_EQ(JoinPath(ProgramFolder(), ProgramName()), fs::read_symlink("/proc/self/exe").string());
+    const auto executable = fs::read_symlink("/proc/self/exe");
+    if (access(executable.parent_path().c_str(), W_OK) != 0) GTEST_SKIP() << "its folder is not writable";
+    EXPECT_EQ(JoinPath(ProgramFolder(), ProgramName()), executable.string());
 }
 
 TEST(ProgramFolder, IsTheUsersDataFolderWhereTheExecutablesIsNotWritable) {
@@ -74,16 +74,6 @@ TEST(MessageBox, WithoutWindowsPrintsTheTextAndTakesTheFirstButton) {
     EXPECT_EQ(ShowMessageBox({"", "", MessageBoxButtons::kYesNo}), MessageBoxAnswer::kYes);
     EXPECT_EQ(ShowMessageBox({"", "", MessageBoxButtons::kRetryCancel}), MessageBoxAnswer::kRetry);
     testing::internal::GetCapturedStderr();
-}
-
-TEST(SystemVersion, IsOfTheNtFamilyAndTakesBothRecordsAlone) {
-    for (const auto size : {kExtendedVersionRecord, kBasicVersionRecord}) {
-        const auto system = GetVersionEx(size);
-        ASSERT_TRUE(system);
-        EXPECT_EQ(system->platform_id, VER_PLATFORM_WIN32_NT);
-        EXPECT_GE(system->major, 5U);
-    }
-    EXPECT_FALSE(GetVersionEx(0));
 }
 
 }  // namespace
