@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 // The event loop of the program's one thread.
 namespace pellago {
 
@@ -11,9 +13,14 @@ public:
     ~MessageLoop();
     MessageLoop(const MessageLoop&) = delete;
     MessageLoop& operator=(const MessageLoop&) = delete;
+
+private:
+    struct Application;
+    std::unique_ptr<Application> application_;
 };
 
-/// Handles all that is pending and returns; never waits. Anything can be called from inside.
+/// Handles all that is pending and returns; never waits. Anything can be called from inside. Callbacks that
+/// run from the loop must not throw: an exception that leaves one ends the program.
 void DoEvents();
 
 /// Sleeps until something happens, and handles it.

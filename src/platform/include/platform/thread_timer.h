@@ -10,7 +10,7 @@ namespace pellago {
 std::uint32_t GetTickCount();
 
 /// Fires `callback` with the tick count every `interval` milliseconds (less than 1 counts as 1) until
-/// KillTimer. Returns the timer's id, never 0.
+/// KillTimer. Ticks that come while the callback is still running are lost. Returns the timer's id, never 0.
 std::int32_t SetTimer(std::int32_t interval, std::function<void(std::uint32_t tick_count)> callback);
 
 /// Ends a timer, also from inside its own callback. False for an id that is not running.
