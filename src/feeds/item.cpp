@@ -44,7 +44,7 @@ void ClsItem::SetDate(bool tell_user) {
         }
         const auto error = "Item: " + title_ + ": Date parse error: " + pub_date_;
         if (gErrorsToFile) WriteErrorsLog(error);
-        if (tell_user) MsgBox(error, MessageBoxButtons::kOk, MessageBoxIcon::kNone, gAppTitle);
+        if (tell_user) ShowMessageBox({.text = error, .caption = gAppTitle});
     }
     item_date_ = Now();
 }

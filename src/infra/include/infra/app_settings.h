@@ -4,12 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/registry.h"
 #include "platform/variant.h"
 
 namespace pellago {
-
-inline constexpr std::int32_t HKEY_CURRENT_USER = -2147483647;   // 0x80000001
-inline constexpr std::int32_t HKEY_LOCAL_MACHINE = -2147483646;  // 0x80000002
 
 /// Named values in the registry, below one application's branch: root, main branch, company and application
 /// name. Errors: RunTimeError 0x80040000 + 17021 … 17028.

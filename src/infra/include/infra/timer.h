@@ -15,7 +15,8 @@ public:
     iTimer(const iTimer&) = delete;
     iTimer& operator=(const iTimer&) = delete;
 
-    /// `lElapsedMS` is the time since the timer's start in milliseconds; it wraps with the tick count.
+    /// `lElapsedMS` is the time since the timer's start in milliseconds; it wraps with the tick count. What
+    /// it throws is lost.
     virtual void iTimer_Fire(std::int32_t lElapsedMS) = 0;
 
 private:
@@ -32,7 +33,7 @@ public:
     cTimer(const cTimer&) = delete;
     cTimer& operator=(const cTimer&) = delete;
 
-    /// Fires every `nInterval` milliseconds.
+    /// Fires every `nInterval` milliseconds; not at all when no timer can be started.
     void start(std::int32_t nInterval, iTimer& Owner);
 
 private:

@@ -16,9 +16,11 @@ namespace pellago {
 namespace data_error {
 inline constexpr std::int32_t kObjectClosed = 3704;
 inline constexpr std::int32_t kNoCurrentRow = 3021;
-inline constexpr std::int32_t kNoSuchItem = 3265;  ///< no field, parameter or command of that name
+inline constexpr std::int32_t kNotUpdatable = 3251;  ///< rows that are not those of one table with a key
+inline constexpr std::int32_t kNoSuchItem = 3265;    ///< no field, parameter or command of that name
 inline constexpr std::int32_t kFileMissing = 3024;
 inline constexpr std::int32_t kNotADatabase = 3343;
+inline constexpr std::int32_t kDamaged = 3049;
 inline constexpr std::int32_t kLocked = 3260;  ///< another program kept the file locked for 10 seconds
 inline constexpr std::int32_t kNotWritable = 3027;
 inline constexpr std::int32_t kNewerSchema = 3800;
@@ -44,8 +46,9 @@ public:
     void OnConnected(std::function<void()> handler);
 
     /// Opens an existing file; never makes one. Throws RunTimeError with a number of data_error and a text
-    /// that names the file. Does nothing when open.
+    /// that names the file. Does nothing when open. A file that cannot be written opens for reading.
     void Open();
+    /// Commits what BeginWrites began. Closes the recordsets that were opened on it.
     void Close();
     bool IsOpen() const;
 
@@ -57,7 +60,8 @@ public:
     /// Takes the file's write lock (waiting up to 10 seconds for other processes) until CommitWrites. Does
     /// nothing while it is held. A lock that is still held 100 ms later is given up by committing as soon as
     /// the message loop runs, so that none is kept while a nested window waits for the user; the owner calls
-    /// BeginWrites again before its next write.
+    /// BeginWrites again before its next write, and a failure of that commit is thrown by CommitWrites. Needs
+    /// a message loop.
     void BeginWrites();
     /// Commits what was written since BeginWrites and frees the lock; on failure nothing of it is kept, and
     /// the lock is free all the same.
@@ -68,8 +72,8 @@ public:
     const std::vector<ErrorInfo>& Errors() const;
     void ClearErrors();
 
-    /// Called before each statement is run, BEGIN and COMMIT included, with its text; what it throws becomes
-    /// the statement's failure. For tests and diagnosis.
+    /// Called before each statement is run, BEGIN and COMMIT included, ROLLBACK not, with its text; what it
+    /// throws becomes the statement's failure. For tests and diagnosis.
     void OnStatement(std::function<void(std::string_view sql)> hook);
 
 private:

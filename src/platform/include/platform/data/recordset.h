@@ -26,12 +26,14 @@ public:
 
     /// Opens its connection too when that is closed. Throws RunTimeError when the source is not valid.
     void Open();
-    /// Drops rows, filter, sort and pending changes.
+    /// Drops rows, filter, sort and pending changes. Moves, Filter, Sort and AddNew drop pending changes too.
     void Close();
+    /// False also after its connection was closed. Any use but Open then throws data_error::kObjectClosed.
     bool IsOpen() const;
 
-    /// Conditions `column = value`, `column LIKE 'prefix*'`, joined by AND; empty for all rows. Moves before
-    /// the first row. A filter that is not valid raises RunTimeError and leaves the one before in force.
+    /// Conditions `column = value`, `column LIKE 'prefix*'` ("*" being any text), joined by AND; empty for
+    /// all rows. Moves before the first row. A filter that is not valid raises RunTimeError and leaves the
+    /// one before in force.
     const std::string& Filter() const;
     void Filter(const std::string& filter);
     /// Columns in brackets or bare, joined by commas; empty for the source's own order.
@@ -53,16 +55,19 @@ public:
     /// Pends a change of the current row until Update.
     void Value(std::string_view field, Variant value);
 
-    /// Starts a new row, which is the current one until the next move; Update inserts it.
+    /// Starts a new row, which is the current one until the next move; Update inserts it. Throws
+    /// data_error::kNotUpdatable, like setting a value.
     void AddNew();
-    /// Writes the pending changes, only the changed columns, by the row's key; after an insert the key of the
-    /// new row can be read. On failure the changes stay pending.
+    /// Writes the pending changes, only the changed columns, by the row's key; the row then reads as it is
+    /// stored, key and defaults included. On failure, also when the row is no more, the changes stay pending.
     void Update();
     /// Drops the pending changes; a new row that was not written is no more.
     void CancelUpdate();
 
 private:
+    friend class Command;
     struct State;
+    explicit Recordset(std::unique_ptr<State> state);
     std::unique_ptr<State> state_;
 };
 

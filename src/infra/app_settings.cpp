@@ -1,0 +1,101 @@
+#include "infra/app_settings.h"
+
+#include "infra/component_errors.h"
+#include "platform/registry.h"
+
+namespace pellago {
+namespace {
+
+constexpr ComponentErrors kErrors("CAppSettings", 17021, 17028);
+
+// The three operations name their source in the singular.
+constexpr const char* kOperationSource = "CAppSetting";
+
+constexpr std::int32_t kInvalidAppName = 17021;
+constexpr std::int32_t kInvalidCompanyName = 17022;
+constexpr std::int32_t kInvalidMainBranch = 17023;
+constexpr std::int32_t kInvalidRootKey = 17024;
+constexpr std::int32_t kFailedSaving = 17025;
+constexpr std::int32_t kFailedDeleting = 17026;
+constexpr std::int32_t kFailedGettingAllKeys = 17027;
+
+RegistryValue ToRegistry(const Variant& setting) {
+    if (const auto* boolean = std::get_if<bool>(&setting))
+        return RegistryValue::FromNumber(*boolean ? -1 : 0);
+    return RegistryValue::FromText(CStr(setting));
+}
+
+}  // namespace
+
+void CAppSettings::AppName(const std::string& name) {
+    if (name.empty()) kErrors.Raise(kInvalidAppName, "Invalid AppName value");
+    app_name_ = name;
+}
+
+void CAppSettings::CompanyName(const std::string& name) {
+    if (name.empty()) kErrors.Raise(kInvalidCompanyName, "Invalid CompanyName value");
+    company_name_ = name;
+}
+
+void CAppSettings::MainBranch(const std::string& branch) {
+    if (branch.empty()) kErrors.Raise(kInvalidMainBranch, "Invalid MainBranch value");
+    main_branch_ = branch;
+}
+
+void CAppSettings::RootKey(std::int32_t root) {
+    if (root != HKEY_CURRENT_USER && root != HKEY_LOCAL_MACHINE)
+        kErrors.Raise(kInvalidRootKey, "Invalid root key value");
+    root_key_ = root;
+}
+
+void CAppSettings::Init(const std::string& company_name, const std::string& app_name) {
+    CompanyName(company_name);
+    AppName(app_name);
+}
+
+void CAppSettings::DeleteSetting(const std::string& Section, const std::string& KeyName) {
+    kErrors.Run([&] {
+        const auto result = KeyName.empty() ? RegDeleteKey(root_key_, KeyPath(Section))
+                                            : RegDeleteValue(root_key_, KeyPath(Section), KeyName);
+        if (result != RegResult::kSuccess)
+            kErrors.Raise(kFailedDeleting, "Failed deleting the application setting", kOperationSource);
+    });
+}
+
+std::vector<std::string> CAppSettings::GetAllKeys(const std::string& Section) const {
+    return kErrors.Run([&] {
+        auto names = RegEnumValues(root_key_, KeyPath(Section));
+        if (!names)
+            kErrors.Raise(kFailedGettingAllKeys, "Failed getting all the application keys", kOperationSource);
+        return *std::move(names);
+    });
+}
+
+Variant CAppSettings::GetSetting(const std::string& Section, const std::string& KeyName,
+                                 const Variant& Default) const {
+    return kErrors.Run([&]() -> Variant {
+        const auto value = RegQueryValueEx(root_key_, KeyPath(Section), KeyName);
+        if (!value) return Default;
+        if (auto text = value->Text()) return *std::move(text);
+        if (const auto number = value->Number()) return *number;
+        return Default;
+    });
+}
+
+void CAppSettings::SaveSetting(const std::string& Section, const std::string& KeyName,
+                               const Variant& Setting) {
+    kErrors.Run([&] {
+        const auto path = KeyPath(Section);
+        auto result = RegCreateKeyEx(root_key_, path);
+        if (result == RegResult::kSuccess)
+            result = RegSetValueEx(root_key_, path, KeyName, ToRegistry(Setting));
+        if (result != RegResult::kSuccess)
+            kErrors.Raise(kFailedSaving, "Failed saving the application setting", kOperationSource);
+    });
+}
+
+std::string CAppSettings::KeyPath(const std::string& section) const {
+    return main_branch_ + "\\" + company_name_ + "\\" + app_name_ + "\\" + section;
+}
+
+}  // namespace pellago

@@ -1,0 +1,23 @@
+#include "infra/errors_to_file.h"
+
+#include <string>
+
+#include "infra/guarded_routine.h"
+#include "log_file.h"
+#include "platform/date_time.h"
+#include "platform/process.h"
+
+namespace pellago {
+
+bool gErrorsToFile = false;
+
+void WriteErrorsLog(std::string_view message) {
+    IgnoringErrors([&](Statements& run) {
+        run([&] {
+            AppendLine(JoinPath(ProgramFolder(), "ErrorsLog.txt"),
+                       "Pellago:\t" + DefaultText(Now()) + "\t" + std::string(message));
+        });
+    });
+}
+
+}  // namespace pellago

@@ -1,0 +1,51 @@
+#include "infra/timer.h"
+
+#include "infra/guarded_routine.h"
+#include "platform/thread_timer.h"
+
+namespace pellago {
+
+struct cTimer::State {
+    std::int32_t timer_id = 0;
+    bool busy = false;
+    std::uint32_t start_tick_count = 0;
+    iTimer* owner = nullptr;
+    std::weak_ptr<bool> owner_alive;
+
+    void Tick(std::uint32_t tick_count) {
+        if (busy) return;
+        busy = true;
+        IgnoringErrors([&](Statements& run) {
+            run([&] { owner->iTimer_Fire(static_cast<std::int32_t>(tick_count - start_tick_count)); });
+        });
+        busy = false;
+    }
+};
+
+iTimer::iTimer() : alive_(std::make_shared<bool>(true)) {}
+iTimer::~iTimer() = default;
+
+cTimer::cTimer() : state_(std::make_shared<State>()) {}
+
+cTimer::~cTimer() { KillTimer(state_->timer_id); }
+
+void cTimer::start(std::int32_t nInterval, iTimer& Owner) {
+    state_->start_tick_count = GetTickCount();
+    state_->owner = &Owner;
+    state_->owner_alive = Owner.alive_;
+    // The callback knows its own timer: one that was forgotten by a second start must end with the object
+    // too.
+    auto own_id = std::make_shared<std::int32_t>(0);
+    auto tick = [own_id, timer = std::weak_ptr(state_)](std::uint32_t tick_count) {
+        // Held on to, since the owner may release the timer while it fires.
+        const auto state = timer.lock();
+        if (state && !state->owner_alive.expired())
+            state->Tick(tick_count);
+        else
+            KillTimer(*own_id);
+    };
+    IgnoringErrors([&](Statements& run) { run([&] { *own_id = SetTimer(nInterval, tick); }); });
+    state_->timer_id = *own_id;
+}
+
+}  // namespace pellago

@@ -1,0 +1,154 @@
+#include "sqlite_database.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <utility>
+
+#include "platform/data/connection.h"
+#include "platform/run_time_error.h"
+#include "sqlite_error.h"
+
+namespace pellago::data {
+namespace {
+
+constexpr int kBusyMilliseconds = 10000;
+
+/// `path` as the library's file address, for the options that only an address can carry.
+std::string ImmutableAddress(const std::string& path) {
+    std::string address = "file:";
+    for (const char c : path) {
+        if (c == '%')
+            address += "%25";
+        else if (c == '?')
+            address += "%3f";
+        else if (c == '#')
+            address += "%23";
+        else
+            address += c;
+    }
+    return address + "?immutable=1";
+}
+
+void RequireFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) throw FileFailure(path, errno);
+    if (!S_ISREG(status.st_mode))
+        throw RunTimeError(data_error::kNotADatabase, kErrorSource, "\"" + path + "\" is not a file.");
+}
+
+}  // namespace
+
+Database::Database(const std::string& path) : path_(path) {
+    RequireFile(path);
+    OpenFile(path, SQLITE_OPEN_READWRITE);
+    try {
+        CheckReadable();
+    } catch (const RunTimeError& error) {
+        if (error.Number() != data_error::kNotWritable) throw;
+        // In a folder that is closed to us no file can be put beside the database, which reading needs too,
+        // unless nobody writes to it.
+        OpenFile(ImmutableAddress(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        CheckReadable();
+    }
+    if (!ReadOnly()) SetJournal();
+}
+
+void Database::OpenFile(const std::string& file, int flags) {
+    sqlite3* handle = nullptr;
+    // One thread uses a connection.
+    const int code =
+        sqlite3_open_v2(file.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+    handle_.reset(handle);
+    if (code != SQLITE_OK && handle && sqlite3_system_errno(handle) != 0)
+        throw FileFailure(path_, sqlite3_system_errno(handle));
+    Check(code);
+    Check(sqlite3_busy_timeout(handle, kBusyMilliseconds));
+}
+
+void Database::CheckReadable() {
+    Check(sqlite3_exec(handle_.get(), "SELECT 1 FROM sqlite_schema LIMIT 1", nullptr, nullptr, nullptr));
+}
+
+void Database::SetJournal() {
+    Check(sqlite3_exec(handle_.get(), "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr));
+    Check(sqlite3_exec(handle_.get(), "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr));
+}
+
+Statement& Database::Prepared(const std::string& sql) {
+    auto& statement = prepared_[sql];
+    std::size_t length = 0;
+    if (!statement) statement = Prepare(sql, SQLITE_PREPARE_PERSISTENT, length);
+    if (!statement) throw RunTimeError(data_error::kStatementFailed, kErrorSource, "There is no statement.");
+    return *statement;
+}
+
+std::unique_ptr<Statement> Database::TakeStatement(std::string_view& sql) {
+    std::size_t length = 0;
+    auto statement = Prepare(sql, 0, length);
+    sql.remove_prefix(length);
+    return statement;
+}
+
+std::unique_ptr<Statement> Database::Prepare(std::string_view sql, unsigned flags, std::size_t& length) {
+    sqlite3_stmt* handle = nullptr;
+    const char* rest = sql.data();
+    Check(sqlite3_prepare_v3(handle_.get(), sql.data(), static_cast<int>(sql.size()), flags, &handle, &rest));
+    length = static_cast<std::size_t>(rest - sql.data());
+    return handle ? std::make_unique<Statement>(handle) : nullptr;
+}
+
+std::vector<Row> Database::Run(Statement& statement, const std::vector<Variant>& values) {
+    struct Reset {
+        sqlite3_stmt* handle;
+        ~Reset() {
+            sqlite3_reset(handle);
+            sqlite3_clear_bindings(handle);
+        }
+    } const reset{statement.handle_.get()};
+    Bind(statement, values);
+    return Rows(statement);
+}
+
+void Database::Bind(Statement& statement, const std::vector<Variant>& values) {
+    auto* handle = statement.handle_.get();
+    int index = 0;
+    for (const auto& value : values) {
+        ++index;
+        if (const auto* text = std::get_if<std::string>(&value))
+            Check(sqlite3_bind_text64(handle, index, text->data(), text->size(), SQLITE_STATIC, SQLITE_UTF8));
+        else if (const auto* number = std::get_if<std::int32_t>(&value))
+            Check(sqlite3_bind_int(handle, index, *number));
+        else if (const auto* boolean = std::get_if<bool>(&value))
+            Check(sqlite3_bind_int(handle, index, *boolean ? 1 : 0));
+        else if (const auto* fraction = std::get_if<double>(&value))
+            Check(sqlite3_bind_double(handle, index, *fraction));
+        else if (const auto* bytes = std::get_if<Bytes>(&value))
+            Check(sqlite3_bind_blob64(handle, index, bytes->data(), bytes->size(), SQLITE_STATIC));
+        else if (const auto* date = std::get_if<DateTime>(&value)) {
+            const auto written = ColumnText(*date);
+            Check(sqlite3_bind_text64(handle, index, written.data(), written.size(), SQLITE_TRANSIENT,
+                                      SQLITE_UTF8));
+        } else
+            Check(sqlite3_bind_null(handle, index));
+    }
+}
+
+std::vector<Row> Database::Rows(Statement& statement) {
+    std::vector<Row> rows;
+    for (;;) {
+        const int code = sqlite3_step(statement.handle_.get());
+        if (code == SQLITE_DONE) return rows;
+        if (code != SQLITE_ROW) Raise(code);
+        rows.push_back(statement.TakeRow());
+    }
+}
+
+void Database::Rollback() {
+    if (InTransaction()) sqlite3_exec(handle_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Database::Raise(int code) const { throw StatementFailure(path_, handle_.get(), code); }
+
+}  // namespace pellago::data

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The running program: where it lives, what it is called, where its user keeps things.
+namespace pellago {
+
+/// The folder that holds the program's own files: the folder named by PELLAGO_HOME; else the executable's
+/// folder while it is writable; else "pellago" in the user's data folder. Made when it is missing; where that
+/// fails, opening a file in it fails.
+std::string ProgramFolder();
+
+/// The executable's file name without extension.
+std::string ProgramName();
+
+struct Version {
+    std::int32_t major;
+    std::int32_t minor;
+    std::int32_t revision;
+};
+Version ProgramVersion();
+
+/// `name` in `folder`; an absolute name stays as it is.
+std::string JoinPath(const std::string& folder, const std::string& name);
+
+/// A folder of the user by the XDG base directory specification: `variable` where it holds an absolute path,
+/// else `below_home` in the home folder.
+std::string UserFolder(const char* variable, std::string_view below_home);
+
+/// Makes a folder, for its owner alone, and those above it that are missing. False when it is not there
+/// afterwards.
+bool MakeFolder(const std::string& path);
+
+}  // namespace pellago

@@ -1,0 +1,164 @@
+#include "a_run.h"
+#include "platform/thread_timer.h"
+
+namespace pellago::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+TEST_F(ARun, RaisesItsEventsInTheDeclaredOrder) {
+    AddProvider(7, "'first'");
+    AddProvider(8, "NULL");
+    AddChannel(1, 7, server.Url("/dead.xml"));
+    AddChannel(2, 7, server.Url("/good.xml"));
+    AddChannel(3, 7, server.Url("/good.xml"), false);
+    server.Answer("/dead.xml", {.status = 500});
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a") + Item("b", "l/b"))});
+    Engine()->Update();
+    EXPECT_THAT(events.lines,
+                ElementsAre("provider first 1/2",                                         //
+                            "channel c1 1/2", "items 0", "status ",                       //
+                            "error " + server.Url("/dead.xml") + " 1 c1 Download error",  //
+                            "done c1 1",                                                  //
+                            "channel c2 2/2", "items 0", "status ",                       //
+                            "status Storing: a", "items 50", "status Storing: b", "items 100",
+                            "done c2 2",  //
+                            "provider <no name> 2/2"));
+    EXPECT_THAT(Log(), ElementsAre("1:3:1:0", "2:4:0:0", "2:5:0:2"));
+    EXPECT_THAT(Column("SELECT Session FROM DownloadLog"), ElementsAre("1", "1", "1"));
+    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions WHERE StartTime NOT NULL AND EndTime NOT NULL"),
+                SizeIs(1));
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(ARun, TakesInactiveProvidersAndChannelsOnlyWhenAskedTo) {
+    AddProvider(1, "'off'", false);
+    AddChannel(1, 1, server.Url("/good.xml"), false);
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a"))});
+    Engine()->Update();
+    EXPECT_THAT(Log(), ElementsAre("0:9:0:0"));
+    EXPECT_THAT(events.lines, IsEmpty());
+    const auto engine = Engine();
+    engine->OnlyActive(false);
+    engine->Update();
+    EXPECT_THAT(Log(), ElementsAre("0:9:0:0", "1:4:0:0", "1:5:0:1"));
+    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions WHERE EndTime NOT NULL"), ElementsAre("1", "2"));
+}
+
+TEST_F(ARun, OfOneProviderTakesAllItsChannelsAndNoOther) {
+    AddProvider(1, "'p1'", false);
+    AddProvider(2, "'p2'");
+    AddChannel(1, 1, server.Url("/good.xml"), false);
+    AddChannel(2, 2, server.Url("/good.xml"));
+    server.Answer("/good.xml", {.body = Feed("")});
+    const auto engine = Engine();
+    engine->OnlyActive(false);
+    engine->UpdateOnlyOneProvider(1);
+    EXPECT_THAT(events.lines,
+                ElementsAre("provider p1 1/1", "channel c1 1/1", "items 0", "status ", "done c1 1"));
+    EXPECT_THAT(Log(), ElementsAre("1:4:0:0", "1:5:0:0"));
+    Engine()->UpdateOnlyOneProvider(99);
+    EXPECT_THAT(Log(), ElementsAre("1:4:0:0", "1:5:0:0", "0:9:0:0"));
+}
+
+TEST_F(ARun, OfOneChannelRaisesNoErrorEventWhenItFails) {
+    Subscribe({"/dead.xml", "/good.xml"});
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a"))});
+    Engine()->UpdateOnlyOneChannel(1);
+    Engine()->UpdateOnlyOneChannel(2);
+    EXPECT_THAT(events.lines, ElementsAre("channel c1 1/1", "done c1 1",  //
+                                          "channel c2 1/1", "status Storing: a", "items 100", "done c2 2"));
+    Engine()->UpdateOnlyOneChannel(3);
+    EXPECT_THAT(Log(), ElementsAre("1:3:1:0", "2:4:0:0", "2:5:0:1", "0:9:0:0"));
+    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions WHERE EndTime NOT NULL"), SizeIs(3));
+}
+
+TEST_F(ARun, CancelledDuringTheLastProviderStillWritesCode7) {
+    Subscribe({"/good.xml", "/never.xml"});
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a") + Item("b", "l/b"))});
+    const auto engine = Engine();
+    events.meanwhile = [&](const std::string& line) {
+        if (line == "status Storing: a") engine->Cancel(true);
+    };
+    engine->Update();
+    EXPECT_TRUE(engine->Cancel());
+    EXPECT_EQ(events.lines.back(), "status Download cancelled");
+    EXPECT_THAT(Log(), ElementsAre("1:4:0:0", "1:5:0:2", "0:7:0:0"))
+        << "a channel being stored is stored whole";
+    EXPECT_EQ(server.Requests("/never.xml"), 0U);
+    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions WHERE EndTime NOT NULL"), SizeIs(1));
+}
+
+TEST_F(ARun, CancelledWhileAServerIsSilentEndsAtOnceAndTicksMeanwhile) {
+    Subscribe({"/stalled.xml", "/never.xml"});
+    server.Answer("/stalled.xml", {.stall = true});
+    const auto engine = Engine();
+    const auto timer = SetTimer(1200, [&](std::uint32_t) { engine->Cancel(true); });
+    const auto start = GetTickCount();
+    engine->Update();
+    KillTimer(timer);
+    EXPECT_LT(GetTickCount() - start, 4000U);
+    EXPECT_THAT(events.timer, ElementsAre(1));
+    EXPECT_THAT(Log(), ElementsAre("1:3:1:0", "0:7:0:0"));
+}
+
+TEST_F(ARun, OfOneProviderCancelledWritesNoCode7) {
+    Subscribe({"/good.xml", "/never.xml"});
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a"))});
+    const auto engine = Engine();
+    events.meanwhile = [&](const std::string&) { engine->Cancel(true); };
+    engine->UpdateOnlyOneProvider(1);
+    EXPECT_THAT(Log(), ElementsAre("1:4:0:0", "1:5:0:1"));
+    EXPECT_EQ(events.lines.back(), "done c1 1");
+}
+
+TEST_F(ARun, HasCommittedAChannelBeforeItsDoneEvent) {
+    Subscribe({"/good.xml"});
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a"))});
+    DE1 other(folder_ / "RSS.MDB");
+    Variant seen;
+    events.meanwhile = [&](const std::string& line) {
+        if (line == "done c1 1")
+            seen = other.CnnRSS()->Scalar(
+                "SELECT count(*) FROM News, Channels, DownloadLog WHERE Channels.Channel = 'feed' "
+                "AND DownloadLog.Result = 5");
+    };
+    Engine()->Update();
+    EXPECT_EQ(seen, Variant(1));
+}
+
+TEST_F(ARun, HoldsNoLockWhileItWaitsForTheNetwork) {
+    Subscribe({"/good.xml", "/slow.xml"});
+    server.Answer("/good.xml", {.body = Feed(Item("a", "l/a"))});
+    server.Answer("/slow.xml", {.body = Feed(Item("b", "l/b")), .delay = std::chrono::milliseconds(300)});
+    DE1 other(folder_ / "RSS.MDB");
+    bool written = false;
+    const auto timer = SetTimer(150, [&](std::uint32_t) {
+        other.CnnRSS()->Execute("UPDATE Providers SET Notes = 'meanwhile'");
+        written = true;
+    });
+    Engine()->Update();
+    KillTimer(timer);
+    EXPECT_TRUE(written);
+    EXPECT_THAT(Titles(), ElementsAre("a", "b"));
+}
+
+TEST_F(ARun, WithoutRecordsetsFailsStatementByStatementAndEnds) {
+    gErrorsToFile = true;
+    CDBUpdate engine(events);
+    engine.Update();
+    engine.UpdateOnlyOneProvider(1);
+    engine.UpdateOnlyOneChannel(1);
+    gErrorsToFile = false;
+    EXPECT_THAT(events.lines, IsEmpty());
+    EXPECT_THAT(reports, SizeIs(1)) << "only the one-channel run asks the handler";
+    const auto log = ReadFile(folder_ / "ErrorsLog.txt");
+    EXPECT_THAT(log,
+                testing::HasSubstr("\tCDBUpdate_Update: Object variable or With block variable not set in "));
+    EXPECT_THAT(log, testing::HasSubstr("\tCDBUpdate_UpdateOnlyOneProvider: "));
+}
+
+}  // namespace
+}  // namespace pellago::test
