@@ -34,7 +34,6 @@ protected:
         return made;
     }
 
-
     TempDir folder;
     const std::string path = folder / "cars.db";
     const std::shared_ptr<Connection> connection = Connect();

@@ -37,7 +37,7 @@ private:
 
     std::shared_ptr<Connection> connection_;
     std::map<std::string, std::shared_ptr<Command>> commands_;
-    mutable std::map<std::string, std::shared_ptr<Recordset>> recordsets_;
+    std::map<std::string, std::shared_ptr<Recordset>> recordsets_;
 };
 
 /// Where the news database is when no setting names one.

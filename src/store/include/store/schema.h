@@ -1,13 +1,17 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "platform/data/connection.h"
 
 namespace pellago {
 
+/// Number of the error of making a file where there is one.
+inline constexpr std::int32_t kFileExists = 58;
+
 /// Makes an empty news database, with its tables, indexes and ErrorMessages rows, complete or not at all.
-/// Throws RunTimeError when the file exists or cannot be written.
+/// Throws kFileExists when the file exists, data_error::kNotWritable when it cannot be written.
 void CreateDatabase(const std::string& path);
 
 /// Brings an open database of an older schema up to date. Throws data_error::kNewerSchema for one of a newer

@@ -1,0 +1,65 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "make_tables.h"
+#include "store/schema.h"
+
+namespace pellago {
+namespace {
+
+[[noreturn]] void RaiseNotMade(const std::string& path, int error) {
+    if (error == EEXIST) throw RunTimeError(kFileExists, "DE1", "The file \"" + path + "\" exists already.");
+    throw RunTimeError(
+        data_error::kNotWritable, "DE1",
+        "The database \"" + path + "\" cannot be made: " + std::generic_category().message(error) + ".");
+}
+
+/// An empty file beside `path`, gone with the object.
+class DraftFile final {
+public:
+    explicit DraftFile(const std::string& path) : path_(path + ".XXXXXX") {
+        const int file = mkostemp(path_.data(), O_CLOEXEC);
+        if (file < 0) RaiseNotMade(path, errno);
+        fchmod(file, 0666 & ~Mask());
+        close(file);
+    }
+    ~DraftFile() {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+    DraftFile(const DraftFile&) = delete;
+    DraftFile& operator=(const DraftFile&) = delete;
+
+    const std::string& Path() const { return path_; }
+
+private:
+    static mode_t Mask() {
+        const auto mask = umask(0);
+        umask(mask);
+        return mask;
+    }
+
+    std::string path_;
+};
+
+}  // namespace
+
+void CreateDatabase(const std::string& path) {
+    std::error_code unknown;
+    if (std::filesystem::exists(path, unknown)) RaiseNotMade(path, EEXIST);
+    const DraftFile draft(path);
+    Connection connection;
+    connection.DataSource(draft.Path());
+    MakeTables(connection);
+    connection.Close();
+    // Unlike a rename, a link never takes the place of a file that came there meanwhile.
+    if (link(draft.Path().c_str(), path.c_str()) != 0) RaiseNotMade(path, errno);
+}
+
+}  // namespace pellago
