@@ -5,6 +5,7 @@
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
 #include "infra/guarded_routine.h"
+#include "store/schema.h"
 
 namespace pellago::cli {
 

@@ -2,6 +2,7 @@
 
 #include "cli/plain_text.h"
 #include "platform/data/connection.h"
+#include "store/schema.h"
 
 namespace pellago::cli {
 namespace {
@@ -21,6 +22,7 @@ ExitStatus StatusOf(std::int32_t error_number) {
             return ExitStatus::kLocked;
         case data_error::kNotWritable:
         case error_number::kFileAccess:
+        case kFileExists:
         case kSettingNotSaved:
             return ExitStatus::kNotWritable;
         case data_error::kNewerSchema:

@@ -14,7 +14,7 @@ std::streambuf::int_type Output::Buffer::overflow(int_type character) {
 
 int Output::Buffer::sync() {
     for (const char* next = pbase(); error == 0 && next < pptr();) {
-        const auto count = write(descriptor_, next, static_cast<std::size_t>(pptr() - next));
+        const auto count = ::write(descriptor_, next, static_cast<std::size_t>(pptr() - next));
         if (count >= 0)
             next += count;
         else if (errno != EINTR)
