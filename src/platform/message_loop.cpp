@@ -2,8 +2,10 @@
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+#include <QTimer>
 #include <array>
 #include <clocale>
+#include <utility>
 
 #include "platform/run_time_error.h"
 
@@ -47,5 +49,18 @@ void DoEvents() {
 }
 
 void WaitForEvents() { Dispatcher().processEvents(QEventLoop::WaitForMoreEvents); }
+
+void CallLater(std::function<void()> callback) {
+    Dispatcher();
+    // Events posted by a posted event all come in the same pass; of timers that start each other only one
+    // does, so that a wait wakes in between.
+    auto* timer = new QTimer(QCoreApplication::instance());  // owned by the application until it has fired
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, call = std::move(callback)]() noexcept {
+        timer->deleteLater();
+        call();
+    });
+    timer->start(0);
+}
 
 }  // namespace pellago

@@ -186,7 +186,7 @@ struct HttpServer::State {
     }
 
     /// False when the server was stopped meanwhile.
-    bool Pause(std::chrono::milliseconds time) {
+    bool Pause(std::chrono::microseconds time) {
         std::unique_lock lock(mutex);
         return !wake.wait_for(lock, time, [this] { return stopping; });
     }

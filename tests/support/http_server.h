@@ -26,7 +26,7 @@ struct Reply {
     std::optional<std::size_t> declared_length = std::nullopt;  ///< Content-Length, where it is a lie
     std::optional<std::size_t> cut_after = std::nullopt;  ///< bytes after the head, then the connection ends
     std::chrono::milliseconds delay{0};                   ///< before the first byte
-    std::chrono::milliseconds pause_per_byte{0};          ///< before each byte of the body
+    std::chrono::microseconds pause_per_byte{0};          ///< before each byte of the body
     bool stall = false;                                   ///< reads the request and never answers
 };
 

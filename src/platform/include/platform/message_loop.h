@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 // The event loop of the program's one thread.
@@ -23,7 +24,10 @@ private:
 /// run from the loop must not throw: an exception that leaves one ends the program.
 void DoEvents();
 
-/// Sleeps until something happens, and handles it.
+/// Sleeps until something happens, and handles it in one pass of the loop.
 void WaitForEvents();
+
+/// Calls `callback` once from the message loop, in an event of its own.
+void CallLater(std::function<void()> callback);
 
 }  // namespace pellago

@@ -1,0 +1,197 @@
+#include "platform/xml_document.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <chrono>
+
+#include "platform/run_time_error.h"
+#include "support/gzip.h"
+#include "support/http_server.h"
+#include "support/support.h"
+#include "support/wait_until.h"
+
+namespace pellago {
+namespace {
+
+using namespace std::chrono_literals;
+using test::HttpServer;
+using test::PumpFor;
+using test::TempDir;
+using test::WaitUntil;
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class AnXmlDocument : public testing::Test {
+protected:
+    /// Error code 0 or the reason.
+    std::string Outcome(XmlDocument& document) {
+        if (!WaitUntil([&] { return document.ReadyState() == 4; })) return "did not end";
+        const auto& error = document.ParseError();
+        EXPECT_EQ(error.error_code == 0, document.DocumentElement().has_value());
+        EXPECT_EQ(error.error_code == 0, error.reason.empty());
+        return error.reason;
+    }
+
+    std::string Load(const std::string& address) {
+        XmlDocument document;
+        document.Load(address);
+        return Outcome(document);
+    }
+
+    TempDir folder;
+    HttpServer server;
+};
+
+TEST_F(AnXmlDocument, LetsAWaitSeeTheStatesBeforeItIsComplete) {
+    server.Answer("/a", {.body = "<a>x</a>"});
+    test::WriteFile(folder / "a.xml", "<a>x</a>");
+    for (const auto& address : {server.Url("/a"), folder / "a.xml"}) {
+        XmlDocument document;
+        EXPECT_EQ(document.ReadyState(), 0);
+        document.Load(address);
+        EXPECT_EQ(document.ReadyState(), 1);
+        EXPECT_THROW(document.Load(address), RunTimeError);
+        std::vector<int> states{1};
+        EXPECT_TRUE(WaitUntil([&] {
+            if (document.ReadyState() != states.back()) states.push_back(document.ReadyState());
+            return document.ReadyState() == 4;
+        }));
+        EXPECT_THAT(states, AnyOf(ElementsAre(1, 2, 3, 4), ElementsAre(1, 2, 4), ElementsAre(1, 3, 4)))
+            << address;
+        EXPECT_EQ(Outcome(document), "");
+        EXPECT_EQ(document.DocumentElement()->Text(), "x");
+    }
+}
+
+TEST_F(AnXmlDocument, IsTakenFromAllKindsOfAddresses) {
+    const auto path = folder / "a b\u00e4.xml";
+    const auto encoded = folder / "a%20b%C3%A4.xml";
+    test::WriteFile(path, "<a/>");
+    server.Answer("/a", {.body = "<a/>"});
+    for (const auto& address :
+         {path, "file://" + encoded, "file:" + encoded, "FILE://localhost" + encoded + "#top",
+          "file://" + path, std::filesystem::relative(path).string(), " " + server.Url("/a") + "\n"})
+        EXPECT_EQ(Load(address), "") << address;
+}
+
+TEST_F(AnXmlDocument, FailsOnAddressesThatHoldNoDocument) {
+    const auto fifo = folder / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    test::WriteFile(folder / "empty", "");
+    for (const std::string& address :
+         {std::string(), std::string("ftp://127.0.0.1/a"), std::string("javascript:1"), folder / "missing",
+          folder / "empty", folder.Path().string(), fifo, std::string("/dev/zero"), "file://elsewhere" + fifo,
+          std::string("file:///a%00b"), std::string("file:///a%zz"), std::string("file:"),
+          server.Url("/missing")})
+        EXPECT_THAT(Load(address), Not(IsEmpty())) << address;
+}
+
+TEST_F(AnXmlDocument, FailsWhenTheBodyIsNotWhole) {
+    const std::string text = "<a>" + std::string(40'000, 'x') + "</a>";
+    const auto gzip = test::Gzip(text);
+    server.Answer("/a", {.body = text, .cut_after = text.size() - 1});
+    EXPECT_THAT(Load(server.Url("/a")), Not(IsEmpty()));
+    server.Answer("/a",
+                  {.body = text, .framing = test::Reply::Framing::kClose, .cut_after = text.size() - 1});
+    EXPECT_THAT(Load(server.Url("/a")), Not(IsEmpty()));
+    server.Answer("/a",
+                  {.headers = {{"Content-Encoding", "gzip"}}, .body = gzip.substr(0, gzip.size() - 20)});
+    EXPECT_THAT(Load(server.Url("/a")), Not(IsEmpty()));
+    server.Answer("/a", {.headers = {{"Content-Encoding", "gzip"}}, .body = gzip});
+    EXPECT_EQ(Load(server.Url("/a")), "");
+}
+
+TEST_F(AnXmlDocument, StopsTheTransferOfWhatIsNoXml) {
+    server.Answer("/endless",
+                  {.body = "<html><p><br></html>" + std::string(65536, ' '), .repeat = 1'000'000});
+    XmlDocument document;
+    document.Load(server.Url("/endless"));
+    EXPECT_THAT(Outcome(document), HasSubstr("mismatch"));
+    EXPECT_TRUE(WaitUntil([&] { return server.OpenConnections() == 0; }));
+}
+
+TEST_F(AnXmlDocument, IsCompleteAtOnceWhenAbortedInAnyState) {
+    server.Answer("/a", {.body = "<a/>"});
+    test::WriteFile(folder / "a.xml", "<a/>");
+    for (const auto& address : {server.Url("/a"), folder / "a.xml", std::string("ftp://x/")}) {
+        for (const int state : {1, 2, 3}) {
+            if (address.starts_with("ftp") && state > 1) continue;
+            SCOPED_TRACE(address + " in state " + std::to_string(state));
+            XmlDocument document;
+            document.Load(address);
+            ASSERT_TRUE(WaitUntil([&] { return document.ReadyState() == state; }));
+            document.Abort();
+            EXPECT_EQ(document.ReadyState(), 4);
+            EXPECT_NE(document.ParseError().error_code, 0);
+            PumpFor(10ms);
+            EXPECT_FALSE(document.DocumentElement());
+        }
+    }
+}
+
+TEST_F(AnXmlDocument, KeepsWhatItHasWhenAbortedAfterTheEnd) {
+    server.Answer("/a", {.body = "<a/>"});
+    XmlDocument document;
+    document.Abort();
+    EXPECT_EQ(document.ReadyState(), 0);
+    document.Load(server.Url("/a"));
+    EXPECT_EQ(Outcome(document), "");
+    document.Abort();
+    EXPECT_EQ(document.ParseError().error_code, 0);
+}
+
+// The owner is inside its wait when an event ends the load.
+TEST_F(AnXmlDocument, CanBeAbortedAndDestroyedFromANestedEvent) {
+    server.Answer("/stall", {.stall = true});
+    server.Answer("/slow", {.body = "<a>" + std::string(10'000, ' ') + "</a>", .pause_per_byte = 1ms});
+    for (const auto* path : {"/stall", "/slow"}) {
+        XmlDocument aborted;
+        auto destroyed = std::make_unique<XmlDocument>();
+        aborted.Load(server.Url(path));
+        destroyed->Load(server.Url(path));
+        bool nested = false;
+        const auto start = std::chrono::steady_clock::now();
+        const auto timer = SetTimer(50, [&](std::uint32_t) {
+            CallLater([&] {
+                aborted.Abort();
+                destroyed.reset();
+                nested = true;
+            });
+            EXPECT_TRUE(WaitUntil([&] { return nested; }));
+        });
+        EXPECT_TRUE(WaitUntil([&] { return aborted.ReadyState() == 4; }));
+        KillTimer(timer);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+        PumpFor(10ms);
+    }
+}
+
+TEST_F(AnXmlDocument, LoadsWhileAnotherOneIsLoadingInTheSameWait) {
+    server.Answer("/a", {.body = "<a/>", .delay = 20ms});
+    XmlDocument outer;
+    std::string inner = "not loaded";
+    outer.Load(server.Url("/a"));
+    CallLater([&] { inner = Load(server.Url("/a")); });
+    EXPECT_EQ(Outcome(outer), "");
+    EXPECT_TRUE(WaitUntil([&] { return inner != "not loaded"; }));
+    EXPECT_EQ(inner, "");
+}
+
+TEST_F(AnXmlDocument, ReadsTheBytesOfALargeFileInManyEvents) {
+    std::string text = "<a>";
+    for (int item = 0; item < 100'000; ++item) text += "<item><title>Title</title></item>\n";
+    test::WriteFile(folder / "large.xml", text + "</a>");
+    XmlDocument document;
+    document.Load(folder / "large.xml");
+    int passes = 0;
+    EXPECT_TRUE(WaitUntil([&] { return ++passes, document.ReadyState() == 4; }));
+    EXPECT_GT(passes, 30);
+    EXPECT_EQ(document.DocumentElement()->SelectNodes("item/title").size(), 100'000U);
+}
+
+}  // namespace
+}  // namespace pellago
