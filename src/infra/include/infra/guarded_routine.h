@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <string_view>
 #include <type_traits>
@@ -10,7 +11,7 @@
 
 // The guarded-routine convention. A routine is a sequence of statements; when one fails, a decision is taken:
 // leave the routine, run the statement again, or go on with the next one. Routines have no try/catch of their
-// own for it.
+// own for it. What fails outside a statement is an error to the caller.
 //
 //     void CDBUpdate::UpdateProvider(std::int32_t provider_id) {
 //         Guarded("Corvane.CDBUpdate.UpdateProvider", [&](Statements& run) {
@@ -43,13 +44,13 @@ public:
             } catch (const std::exception&) {
                 Err() = CurrentError(line);
             }
-            switch (decide_()) {
+            switch (Decide()) {
                 case Decision::kRetry:
                     break;
                 case Decision::kIgnore:
                     return std::invoke_result_t<Statement>();
                 default:
-                    throw Left{this};
+                    throw Left{this, nullptr};
             }
         }
     }
@@ -58,9 +59,20 @@ private:
     template <class Body>
     friend void RunStatements(std::function<Decision()> decide, Body&& body);
 
+    /// On its way out of a routine. Statements may contain statements, so it must pass those that enclose it.
     struct Left {
         const Statements* routine;
+        std::exception_ptr failed_decision;
     };
+
+    Decision Decide() const {
+        try {
+            return decide_();
+        } catch (const std::exception&) {
+            throw Left{this, std::current_exception()};
+        }
+    }
+
     std::function<Decision()> decide_;
 };
 
@@ -73,6 +85,7 @@ void RunStatements(std::function<Decision()> decide, Body&& body) {
         body(run);
     } catch (const Statements::Left& left) {
         if (left.routine != &run) throw;
+        if (left.failed_decision) std::rethrow_exception(left.failed_decision);
     }
 }
 
