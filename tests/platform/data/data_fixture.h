@@ -1,10 +1,7 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -12,6 +9,7 @@
 #include "platform/data/connection.h"
 #include "platform/data/recordset.h"
 #include "support/support.h"
+#include "support/thrown.h"
 
 namespace pellago::test {
 
@@ -37,42 +35,6 @@ protected:
     TempDir folder;
     const std::string path = folder / "cars.db";
     const std::shared_ptr<Connection> connection = Connect();
-};
-
-/// The number and the text of the RunTimeError that `action` ends with, 0 when it ends with none.
-struct Thrown {
-    std::int32_t number = 0;
-    std::string text;
-};
-template <class Action>
-Thrown ThrownBy(Action&& action) {
-    try {
-        action();
-    } catch (const RunTimeError& error) {
-        return {error.Number(), error.Description()};
-    }
-    return {};
-}
-
-/// Runs `action` in a process of its own, which ends with it. True when it threw nothing.
-class Child final {
-public:
-    explicit Child(const std::function<void()>& action) : process_(fork()) {
-        if (process_ != 0) return;
-        try {
-            action();
-        } catch (const std::exception&) {
-            _exit(1);
-        }
-        _exit(0);
-    }
-    bool Succeeded() {
-        int status = 0;
-        return waitpid(process_, &status, 0) == process_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
-
-private:
-    pid_t process_;
 };
 
 }  // namespace pellago::test

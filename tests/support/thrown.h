@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/run_time_error.h"
+
+namespace pellago::test {
+
+struct Thrown {
+    std::int32_t number = 0;
+    std::string text;
+};
+/// The RunTimeError that `action` ends with; number 0 when it ends with none.
+template <class Action>
+Thrown ThrownBy(Action&& action) {
+    try {
+        action();
+    } catch (const RunTimeError& error) {
+        return {error.Number(), error.Description()};
+    }
+    return {};
+}
+
+}  // namespace pellago::test
