@@ -2,7 +2,7 @@
 
 namespace pellago::bench {
 
-std::string MadeFeed(int seed, int items) {
+std::string MadeFeed(int seed, int items, int lines) {
     const auto name = std::to_string(seed);
     std::string feed =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rss version=\"2.0\">\n<channel>\n<title>Feed " + name +
@@ -15,7 +15,7 @@ std::string MadeFeed(int seed, int items) {
                 " of a feed &amp; its text</title>\n<link>http://feeds.example/" + number +
                 "</link>\n<guid>urn:" + number + "</guid>\n<pubDate>Tue, " + std::to_string(10 + i % 20) +
                 " Jun 2003 04:" + std::to_string(10 + i % 50) + ":00 GMT</pubDate>\n<description>";
-        for (int line = 0; line < 24; ++line)
+        for (int line = 0; line < lines; ++line)
             feed += "Line " + std::to_string(line) + " of " + number +
                     ": &lt;p&gt;the quick brown fox jumps over it&lt;/p&gt;\n";
         feed += "</description>\n</item>\n";

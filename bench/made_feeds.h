@@ -4,7 +4,8 @@
 
 namespace pellago::bench {
 
-/// An RSS 2.0 feed of about 2 KB an item. `seed` makes its links and texts its own.
-std::string MadeFeed(int seed, int items);
+/// An RSS 2.0 feed whose items have `lines` lines of text, each about 80 bytes. `seed` makes its links and
+/// texts its own.
+std::string MadeFeed(int seed, int items, int lines = 24);
 
 }  // namespace pellago::bench
