@@ -1,0 +1,110 @@
+#include "run_record.h"
+
+#include <algorithm>
+
+#include "database.h"
+#include "engine/update_run.h"
+#include "infra/guarded_routine.h"
+#include "json_text.h"
+
+namespace pellago::cli {
+namespace {
+
+// By key from the last row seen, so that neither the age of the log nor the length of the run counts.
+constexpr const char* kNewRows =
+    "SELECT id, Result, NewItems, Error FROM DownloadLog WHERE id > @After AND Session = @Session ORDER BY "
+    "id";
+
+Recordset& Sessions(const DE1& database) { return *database.Recordsets("rsDownloadSessions"); }
+
+std::optional<DateTime> DateOf(const Variant& value) {
+    if (IsNull(value)) return std::nullopt;
+    return CDate(value);
+}
+
+Json JsonOf(const ChannelResult& channel) {
+    return {{"id", channel.id}, {"name", channel.name},     {"address", channel.address},
+            {"ok", channel.ok}, {"new", channel.new_items}, {"results", channel.codes}};
+}
+
+Json JsonOf(const std::optional<DateTime>& date) { return date ? Json(ColumnText(*date)) : Json(); }
+
+std::string Counted(std::size_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+std::string Summary(const RunRecord& record) {
+    return Counted(record.channels.size(), "channel") + ", " + std::to_string(record.failed) + " failed, " +
+           Counted(static_cast<std::size_t>(record.new_items), "new item") +
+           (record.cancelled ? ", stopped" : "");
+}
+
+std::string RunDocument(const RunRecord& record) {
+    auto channels = Json::array();
+    for (const auto& channel : record.channels) channels.push_back(JsonOf(channel));
+    const auto count = static_cast<std::int32_t>(record.channels.size());
+    return JsonText({{"schema", 1},
+                     {"session", record.session ? Json(*record.session) : Json()},
+                     {"start", JsonOf(record.start)},
+                     {"end", JsonOf(record.end)},
+                     {"cancelled", record.cancelled},
+                     {"totals",
+                      {{"channels", count},
+                       {"ok", count - record.failed},
+                       {"failed", record.failed},
+                       {"new", record.new_items}}},
+                     {"channels", std::move(channels)},
+                     {"errors", record.errors}});
+}
+
+RunReader::RunReader(const DE1& database)
+    : database_(database),
+      new_rows_(database.CnnRSS(), "NewLogRows", kNewRows,
+                {{"@After", ParameterType::kInteger, 0, {}}, {"@Session", ParameterType::kInteger, 0, {}}}) {
+    const auto last = database.CnnRSS()->Scalar("SELECT MAX(id) FROM DownloadLog");
+    new_rows_["After"].value = IsNull(last) ? Variant(0) : last;
+}
+
+const ChannelResult& RunReader::AddCurrentChannel(RunRecord& record) {
+    auto& row = *database_.Recordsets("rsAllChannels");
+    ChannelResult result{CLng(row.Value("ID")),
+                         TextOf(row.Value("Channel"), "<no name>"),
+                         TextOf(row.Value("httpRSSFile")),
+                         {},
+                         0,
+                         true};
+    ReadNewRows(result);
+    if (!result.ok) ++record.failed;
+    record.new_items += result.new_items;
+    return record.channels.emplace_back(std::move(result));
+}
+
+void RunReader::Finish(RunRecord& record) {
+    // A session whose row could not be written has no key.
+    IgnoringErrors([&](Statements& run) {
+        run([&] {
+            auto& session = Sessions(database_);
+            record.session = CLng(session.Value("ID"));
+            record.start = DateOf(session.Value("StartTime"));
+            record.end = DateOf(session.Value("EndTime"));
+            ChannelResult of_the_run;
+            ReadNewRows(of_the_run);
+            record.nothing_matched = std::ranges::count(of_the_run.codes, result_code::kNothingToDo) > 0;
+        });
+    });
+}
+
+void RunReader::ReadNewRows(ChannelResult& result) {
+    new_rows_["Session"].value = Sessions(database_).Value("ID");
+    const auto rows = new_rows_.Execute();
+    for (; !rows->Eof(); rows->MoveNext()) {
+        new_rows_["After"].value = rows->Value("id");
+        result.codes.push_back(CLng(rows->Value("Result")));
+        result.new_items += CLng(rows->Value("NewItems"));
+        if (CBool(rows->Value("Error"))) result.ok = false;
+    }
+}
+
+}  // namespace pellago::cli

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/date_time.h"
+#include "store/de1.h"
+
+namespace pellago::cli {
+
+struct ChannelResult {
+    std::int32_t id = 0;
+    std::string name;
+    std::string address;
+    std::vector<std::int32_t> codes;  ///< of the channel's log rows, in their order
+    std::int32_t new_items = 0;
+    bool ok = true;
+};
+
+/// What a run has done, as the database tells it.
+struct RunRecord {
+    std::optional<std::int32_t> session;
+    std::optional<DateTime> start;
+    std::optional<DateTime> end;
+    bool cancelled = false;
+    bool nothing_matched = false;
+    std::vector<ChannelResult> channels;
+    std::int32_t failed = 0;
+    std::int32_t new_items = 0;
+    std::vector<std::string> errors;
+};
+
+/// "8 channels, 2 failed, 35 new items"
+std::string Summary(const RunRecord& record);
+
+/// The record as a JSON document; every character outside ASCII is escaped, so that it can be shown anywhere.
+std::string RunDocument(const RunRecord& record);
+
+/// Follows the log and session rows of one run on an open database.
+class RunReader final {
+public:
+    /// To be made before the run starts.
+    explicit RunReader(const DE1& database);
+
+    /// Adds the channel that is the current row of rsAllChannels, when its log rows are written.
+    const ChannelResult& AddCurrentChannel(RunRecord& record);
+    /// Adds what the run wrote of itself, when it has ended.
+    void Finish(RunRecord& record);
+
+private:
+    void ReadNewRows(ChannelResult& result);
+
+    const DE1& database_;
+    Command new_rows_;
+};
+
+}  // namespace pellago::cli

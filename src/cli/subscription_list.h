@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace pellago::cli {
+
+struct ListedFeed {
+    std::string name;
+    std::string address;
+    std::string link;  ///< the web page that the feed belongs to
+    bool active = true;
+};
+
+struct ListedProvider {
+    std::string name;
+    std::string home_page;
+    bool active = true;
+    std::vector<ListedFeed> feeds;
+};
+
+using SubscriptionList = std::vector<ListedProvider>;
+
+/// Reads an OPML file. The innermost folder with a name is a feed's provider, else its address's host; a
+/// folder that holds nothing but folders is no provider. An outline with isComment="true" is not active.
+/// Throws Failure kInputMissing or kUnreadable.
+SubscriptionList ReadSubscriptionList(const std::filesystem::path& path);
+
+/// OPML 2.0.
+std::string SubscriptionListText(const SubscriptionList& list);
+
+}  // namespace pellago::cli

@@ -1,0 +1,214 @@
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "cli/plain_text.h"
+#include "cli/verbs.h"
+#include "database.h"
+#include "engine/update_run.h"
+#include "infra/error_handler.h"
+#include "infra/process_objects.h"
+#include "live_display.h"
+#include "platform/terminal_text.h"
+#include "platform/termination_signal.h"
+#include "run_record.h"
+
+namespace pellago::cli {
+namespace {
+
+/// One run of the engine, shown to the user as was asked.
+class UpdateVerb final : private CDBUpdateEvents {
+public:
+    UpdateVerb(const Context& context, const UpdateOptions& options);
+    ~UpdateVerb() override { UseErrorDialog({}); }
+    UpdateVerb(const UpdateVerb&) = delete;
+    UpdateVerb& operator=(const UpdateVerb&) = delete;
+
+    ExitStatus Run();
+
+private:
+    void OnStatusText(const std::string& text) override;
+    void OnItemProgress(std::int32_t percent) override;
+    void OnProvider(const std::string& name, std::int32_t index, std::int32_t count) override;
+    void OnChannel(const std::string& name, std::int32_t index, std::int32_t count) override;
+    void OnChannelDone(const Variant& name, std::int32_t channel_id) override;
+    void OnTimer(std::int32_t seconds) override;
+
+    bool IsFullRun() const { return !options_.provider && !options_.channel; }
+    void InitDBObjects();
+    void StartEngine();
+    void Stop();
+    std::int32_t KeepReport(const std::string& report);
+
+    void Draw();
+    void Print(const ChannelResult& result);
+    void PrintEnd();
+    ExitStatus Status() const;
+
+    const Context& context_;
+    const UpdateOptions& options_;
+    std::unique_ptr<DE1> database_;
+    CDBUpdate engine_{*this};
+    std::unique_ptr<RunReader> reader_;
+    RunRecord record_;
+    Progress progress_;
+    std::optional<LiveDisplay> display_;
+    std::optional<OnTerminationSignal> signals_;
+    ExitStatus worst_error_ = ExitStatus::kAllWell;
+    bool stopped_ = false;
+};
+
+UpdateVerb::UpdateVerb(const Context& context, const UpdateOptions& options)
+    : context_(context), options_(options), database_(OpenDatabase(context)) {
+    if (context.terminal && !options.json && !options.quiet) display_.emplace(context.out);
+    UseErrorDialog([this](const std::string& report, const std::string&) { return KeepReport(report); });
+}
+
+ExitStatus UpdateVerb::Run() {
+    // Better now than after the first feed is fetched.
+    database_->CnnRSS()->BeginWrites();
+    database_->CnnRSS()->CommitWrites();
+    InitDBObjects();
+    reader_ = std::make_unique<RunReader>(*database_);
+    // The second Ctrl-C finds no handler any more and ends the program at once.
+    signals_.emplace([this](int) {
+        Stop();
+        signals_.reset();
+    });
+    StartEngine();
+    signals_.reset();
+    reader_->Finish(record_);
+    record_.cancelled = engine_.Cancel();
+    if (!record_.session)
+        for (const auto& error : database_->CnnRSS()->Errors()) {
+            worst_error_ = std::max(worst_error_, StatusOf(error.number));
+            record_.errors.push_back(error.description);
+        }
+    PrintEnd();
+    return Status();
+}
+
+void UpdateVerb::InitDBObjects() {
+    const auto fresh = [&](const char* name) {
+        auto rows = database_->Recordsets(name);
+        if (rows->IsOpen()) rows->Close();
+        rows->Open();
+        return rows;
+    };
+    engine_.ProvidersRecordSet(fresh("rsAllProviders"));
+    engine_.ChannelsRecordSet(fresh("rsAllChannels"));
+    engine_.DownloadLog(database_->Recordsets("rsDownloadLog"));
+    engine_.DownloadSessions(database_->Recordsets("rsDownloadSessions"));
+    engine_.ItemSearchByLinkCommand(database_->Commands("cmdSearchItemByLink"));
+    engine_.ItemSearchFullCommand(database_->Commands("cmdFullSearchItem"));
+    engine_.ItemAddCommand(database_->Commands("cmdAddItem"));
+}
+
+void UpdateVerb::StartEngine() {
+    engine_.OnlyActive(IsFullRun());
+    if (options_.provider)
+        engine_.UpdateOnlyOneProvider(*options_.provider);
+    else if (options_.channel)
+        engine_.UpdateOnlyOneChannel(*options_.channel);
+    else
+        engine_.Update();
+}
+
+void UpdateVerb::Stop() {
+    stopped_ = true;
+    engine_.Cancel(true);
+}
+
+// The user is told at once, in a line where the cause is outside the program; the answer is abort.
+std::int32_t UpdateVerb::KeepReport(const std::string& report) {
+    const auto status = StatusOf(gErrorHandler->ErrorNumber());
+    worst_error_ = std::max(worst_error_, status);
+    record_.errors.push_back(gErrorHandler->ErrorDescription());
+    if (display_) display_->Clear();
+    if (status == ExitStatus::kSomeFailed)
+        context_.err << TerminalText(report) << std::endl;
+    else
+        Complain(context_, gErrorHandler->ErrorDescription());
+    return 0;
+}
+
+void UpdateVerb::OnStatusText(const std::string& text) {
+    progress_.status = text;
+    Draw();
+}
+
+void UpdateVerb::OnItemProgress(std::int32_t percent) {
+    progress_.percent = percent;
+    Draw();
+}
+
+void UpdateVerb::OnProvider(const std::string& name, std::int32_t index, std::int32_t count) {
+    progress_.provider = {name, index, count};
+    progress_.channel = {};
+    Draw();
+}
+
+void UpdateVerb::OnChannel(const std::string& name, std::int32_t index, std::int32_t count) {
+    progress_.channel = {name, index, count};
+    Draw();
+}
+
+void UpdateVerb::OnChannelDone(const Variant&, std::int32_t) {
+    const auto& result = reader_->AddCurrentChannel(record_);
+    progress_.new_items = record_.new_items;
+    progress_.failed = record_.failed;
+    Print(result);
+    Draw();
+}
+
+void UpdateVerb::OnTimer(std::int32_t) { Draw(); }
+
+void UpdateVerb::Draw() {
+    if (display_) display_->Show(progress_);
+}
+
+void UpdateVerb::Print(const ChannelResult& result) {
+    if (options_.json) return;
+    const auto name = PlainLine(result.name);
+    if (!result.ok) {
+        if (display_) display_->Clear();
+        (options_.quiet ? context_.err : context_.out)
+            << name << ": FAILED " << PlainLine(result.address) << std::endl;
+    } else if (!display_ && !options_.quiet) {
+        context_.out << name << ": " << result.new_items << " new" << std::endl;
+    }
+}
+
+void UpdateVerb::PrintEnd() {
+    if (display_) display_->Clear();
+    if (options_.json)
+        context_.out << RunDocument(record_);
+    else if (!options_.quiet && record_.nothing_matched && IsFullRun())
+        context_.out << "There is nothing to update: no provider is there and active.\n";
+    else if (!options_.quiet && !record_.nothing_matched)
+        context_.out << Summary(record_) << '\n';
+    if (!record_.session) {
+        Complain(context_, "the run could not be recorded in the database");
+        for (const auto& error : record_.errors) Complain(context_, error);
+    }
+    if (record_.nothing_matched && options_.provider)
+        Complain(context_, "there is no provider " + std::to_string(*options_.provider));
+    if (record_.nothing_matched && options_.channel)
+        Complain(context_, "there is no channel " + std::to_string(*options_.channel));
+}
+
+ExitStatus UpdateVerb::Status() const {
+    if (stopped_) return ExitStatus::kStopped;
+    if (record_.nothing_matched) return IsFullRun() ? ExitStatus::kAllWell : ExitStatus::kInputMissing;
+    if (worst_error_ != ExitStatus::kAllWell) return worst_error_;
+    return record_.failed > 0 || !record_.session ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
+}
+
+}  // namespace
+
+ExitStatus UpdateChannels(const Context& context, const UpdateOptions& options) {
+    return UpdateVerb(context, options).Run();
+}
+
+}  // namespace pellago::cli

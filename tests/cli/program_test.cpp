@@ -1,0 +1,169 @@
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "cli_fixture.h"
+#include "support/http_server.h"
+
+namespace pellago::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::Not;
+
+/// The real program as a process; its output goes to `output`, a descriptor.
+class Process final {
+public:
+    Process(const std::vector<std::string>& arguments, int output) : id_(fork()) {
+        if (id_ == 0) Become(arguments, output);
+    }
+    ~Process() {
+        if (id_ > 0) {
+            kill(id_, SIGKILL);
+            waitpid(id_, nullptr, 0);
+        }
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    void Signal(int signal) const { kill(id_, signal); }
+
+    /// The exit status; minus the signal's number when one ended it.
+    int Wait() {
+        int status = 0;
+        waitpid(std::exchange(id_, -1), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+
+private:
+    [[noreturn]] static void Become(const std::vector<std::string>& arguments, int output) {
+        std::string program = PELLAGO_BIN "/pellago";
+        std::vector<char*> argv{program.data()};
+        auto copies = arguments;
+        for (auto& argument : copies) argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        dup2(output, STDOUT_FILENO);
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    }
+
+    pid_t id_;
+};
+
+class Descriptor final {
+public:
+    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+    ~Descriptor() { close(descriptor_); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    operator int() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+class AProgram : public ACommandLine {
+protected:
+    Descriptor OutputFile(const std::string& name) const {
+        return Descriptor(open((folder_ / name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    }
+
+    void Subscribe(const std::string& path) {
+        ASSERT_EQ(Run({"import",
+                       File("list.opml", Opml("<outline text=\"P\" xmlUrl=\"" + server_.Url(path) + "\"/>"))})
+                      .status,
+                  0);
+    }
+
+    bool WaitForRequest(const std::string& path) const {
+        for (int attempt = 0; attempt < 1000; ++attempt) {
+            if (server_.Requests(path) > 0) return true;
+            std::this_thread::sleep_for(10ms);
+        }
+        return false;
+    }
+
+    HttpServer server_;
+};
+
+TEST_F(AProgram, StoppedByCtrlCEndsTheRunProperly) {
+    server_.Answer("/stalled", {.stall = true});
+    Subscribe("/stalled");
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const auto output = OutputFile("out");
+        Process update({"update"}, output);
+        ASSERT_TRUE(WaitForRequest("/stalled"));
+        std::this_thread::sleep_for(50ms);
+        const auto start = std::chrono::steady_clock::now();
+        update.Signal(signal);
+
+        EXPECT_EQ(update.Wait(), 130);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+        EXPECT_THAT(ReadFile(folder_ / "out"), HasSubstr(", stopped\n"));
+    }
+    EXPECT_EQ(Ask("SELECT COUNT(*) FROM DownloadLog WHERE Result = 7 AND Channel = 0"), "2");
+    EXPECT_EQ(Ask("SELECT COUNT(*) FROM DownloadSessions WHERE EndTime IS NULL"), "0");
+}
+
+TEST_F(AProgram, RunTwiceAtOnceStoresNothingTwice) {
+    server_.Answer("/feed", {.body = Feed("F", "http://f.example/", 2000), .delay = 300ms});
+    Subscribe("/feed");
+    const auto output = OutputFile("out");
+
+    Process first({"update"}, output);
+    Process second({"update"}, output);
+    EXPECT_EQ(first.Wait(), 0);
+    EXPECT_EQ(second.Wait(), 0);
+
+    EXPECT_EQ(server_.Requests("/feed"), 2U);
+    EXPECT_EQ(Ask("SELECT COUNT(*) FROM News"), "2000");
+    EXPECT_EQ(Ask("SELECT SUM(NewItems) FROM DownloadLog"), "2000");
+}
+
+TEST_F(AProgram, WhoseReaderGoesAwayEndsQuietlyAndAFullDiskIsAnError) {
+    server_.Answer("/feed", {.body = Feed(std::string(200, 'x'), "http://f.example/", 2000)});
+    Subscribe("/feed");
+    ASSERT_EQ(Run({"update"}).status, 0);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    close(ends[0]);
+    const Descriptor pipe(ends[1]);
+    const Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+
+    EXPECT_EQ(Process({"news", "--limit", "2000"}, pipe).Wait(), 0);
+    EXPECT_EQ(Process({"news", "--limit", "2000"}, full).Wait(), 77);
+    EXPECT_EQ(Process({"update", "--json"}, full).Wait(), 77);
+}
+
+TEST_F(AProgram, OnATerminalShowsALiveDisplayAndTakesItAway) {
+    const EnvVar kind("TERM", "xterm");
+    server_.Answer("/feed", {.body = Feed("Quite a long title", "http://f.example/", 300), .delay = 300ms});
+    Subscribe("/feed");
+    int terminal = -1;
+    int program_side = -1;
+    const winsize size{24, 20, 0, 0};
+    ASSERT_EQ(openpty(&terminal, &program_side, nullptr, nullptr, &size), 0);
+    const Descriptor reading(terminal);
+    auto writing = std::make_optional<Descriptor>(program_side);
+    Process update({"update"}, *writing);
+    writing.reset();
+
+    std::string shown;
+    std::array<char, 4096> block{};
+    for (ssize_t count = 0; (count = read(reading, block.data(), block.size())) > 0;)
+        shown.append(block.data(), static_cast<std::size_t>(count));
+
+    EXPECT_EQ(update.Wait(), 0);
+    EXPECT_THAT(shown, HasSubstr("Provider 1 of 1: 12\xE2\x80\xA6"));
+    EXPECT_THAT(shown, testing::EndsWith("A\x1B[J1 channel, 0 failed, 300 new items\r\n"));
+}
+
+}  // namespace
+}  // namespace pellago::test

@@ -1,0 +1,179 @@
+#include <nlohmann/json.hpp>
+
+#include "cli_fixture.h"
+#include "support/http_server.h"
+
+namespace pellago::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using Json = nlohmann::json;
+
+class AnUpdate : public ACommandLine {
+protected:
+    /// Good and Dead at one provider, Empty at another.
+    void Subscribe() {
+        server_.Answer("/good", {.body = Feed("Good", "http://g.example/", 3)});
+        server_.Answer("/dead", {.status = 500});
+        server_.Answer("/empty", {.body = Feed("Empty", "", 0)});
+        Import("<outline text=\"One\"><outline text=\"G\" xmlUrl=\"" + server_.Url("/good") +
+               "\"/><outline text=\"Dead\" xmlUrl=\"" + server_.Url("/dead") +
+               "\"/></outline><outline text=\"Two\"><outline xmlUrl=\"" + server_.Url("/empty") +
+               "\"/></outline>");
+    }
+
+    void Import(const std::string& outlines) {
+        ASSERT_EQ(Run({"import", File("list.opml", Opml(outlines))}).status, 0);
+    }
+
+    HttpServer server_;
+};
+
+TEST_F(AnUpdate, PrintsALineForEachChannelAndASummary) {
+    Subscribe();
+
+    const auto first = Run({"update"});
+    EXPECT_EQ(first.status, 1);
+    EXPECT_EQ(first.out, "Good: 3 new\nDead: FAILED " + server_.Url("/dead") +
+                             "\nEmpty: 0 new\n3 channels, 1 failed, 3 new items\n");
+    EXPECT_EQ(first.err, "");
+
+    const auto quiet = Run({"update", "--quiet"});
+    EXPECT_EQ(quiet.status, 1);
+    EXPECT_EQ(quiet.out, "");
+    EXPECT_EQ(quiet.err, "Dead: FAILED " + server_.Url("/dead") + "\n");
+
+    Run({"channel", "disable", "2"});
+    EXPECT_EQ(Run({"update"}).out, "Good: 0 new\nEmpty: 0 new\n2 channels, 0 failed, 0 new items\n");
+    EXPECT_EQ(Run({"update", "--provider", "2"}).out, "Empty: 0 new\n1 channel, 0 failed, 0 new items\n");
+    EXPECT_EQ(Run({"update", "--channel", "2"}).status, 1);
+}
+
+TEST_F(AnUpdate, SaysInJsonWhatTheDatabaseHolds) {
+    Subscribe();
+    Run({"update"});
+    Change("DELETE FROM News WHERE Link = 'http://g.example/2'");
+
+    const auto outcome = Run({"update", "--json"});
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "");
+    const auto document = Json::parse(outcome.out);
+    EXPECT_EQ(document["schema"], 1);
+    EXPECT_EQ(document["session"], 2);
+    EXPECT_EQ(document["cancelled"], false);
+    EXPECT_EQ(document["start"], Ask("SELECT StartTime FROM DownloadSessions WHERE ID = 2"));
+    EXPECT_EQ(document["end"], Ask("SELECT EndTime FROM DownloadSessions WHERE ID = 2"));
+    EXPECT_EQ(document["totals"], Json::parse(R"({"channels": 3, "ok": 2, "failed": 1, "new": 1})"));
+    ASSERT_THAT(document["channels"], SizeIs(3));
+    EXPECT_EQ(document["channels"][0], Json({{"id", 1},
+                                             {"name", "Good"},
+                                             {"address", server_.Url("/good")},
+                                             {"ok", true},
+                                             {"new", 1},
+                                             {"results", {4, 5}}}));
+    EXPECT_EQ(document["channels"][1]["results"], Json({3}));
+    EXPECT_EQ(document["channels"][1]["ok"], false);
+    EXPECT_THAT(document["errors"], IsEmpty());
+    EXPECT_EQ(Ask("SELECT SUM(NewItems) FROM DownloadLog WHERE Session = 2"), "1");
+}
+
+TEST_F(AnUpdate, OfSomethingThatDoesNotExistIsAnErrorWithItsLogRow) {
+    Subscribe();
+
+    const auto channel = Run({"update", "--channel", "77"});
+    const auto provider = Run({"update", "--provider", "78", "--json"});
+
+    EXPECT_EQ(channel.status, 66);
+    EXPECT_EQ(channel.err, "pellago: there is no channel 77\n");
+    EXPECT_EQ(provider.status, 66);
+    EXPECT_EQ(provider.err, "pellago: there is no provider 78\n");
+    EXPECT_EQ(Json::parse(provider.out)["totals"]["channels"], 0);
+    EXPECT_EQ(Ask("SELECT COUNT(*) FROM DownloadLog WHERE Result = 9 AND Channel = 0"), "2");
+    EXPECT_EQ(server_.Requests(), 0U);
+}
+
+TEST_F(AnUpdate, OfAnEmptyDatabaseSaysSo) {
+    const auto outcome = Run({"update"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("nothing to update"));
+    EXPECT_THAT(Run({"log"}).out, HasSubstr("There was nothing to download."));
+}
+
+TEST_F(AnUpdate, WhoseRowsAreRejectedIsNoSuccess) {
+    Subscribe();
+    Change(
+        "CREATE TRIGGER Rejecting BEFORE INSERT ON News WHEN NEW.Link LIKE '%2' "
+        "BEGIN SELECT RAISE(FAIL, 'rejected'); END");
+
+    const auto outcome = Run({"update", "--channel", "1", "--json"});
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(Json::parse(outcome.out)["channels"][0]["results"], Json({4, 10, 5}));
+    EXPECT_EQ(Ask("SELECT COUNT(*) FROM News"), "2");
+}
+
+TEST_F(AnUpdate, ThatCannotRecordItsSessionIsNoSuccess) {
+    Subscribe();
+    Change(
+        "CREATE TRIGGER Rejecting BEFORE INSERT ON DownloadSessions BEGIN SELECT RAISE(FAIL, 'rejected'); "
+        "END");
+
+    const auto outcome = Run({"update"});
+
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("could not be recorded"));
+}
+
+TEST_F(AnUpdate, LetsNoControlCharacterOfAFeedThrough) {
+    server_.Answer("/feed", {.body = Feed("T&#155;31m&#127;&#8238;", "http://x.example/&#157;&#8294;", 1)});
+    Import("<outline text=\"P&#155;\"><outline text=\"C&#x85;\" xmlUrl=\"" + server_.Url("/feed?&#x9b;") +
+           "\"/></outline>");
+
+    std::string output;
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"update"},
+                                                                       {"update", "--json"},
+                                                                       {"news"},
+                                                                       {"news", "--json"},
+                                                                       {"log"},
+                                                                       {"log", "--json"},
+                                                                       {"provider", "list"},
+                                                                       {"channel", "list"}})
+        output += Run(arguments).out;
+
+    EXPECT_THAT(output, HasSubstr("31m"));
+    for (const char* harmful : {"\xC2\x85", "\xC2\x9B", "\xC2\x9D", "\x7F", "\xE2\x80\xAE", "\xE2\x81\xA6"})
+        EXPECT_THAT(output, Not(HasSubstr(harmful)));
+}
+
+TEST_F(AnUpdate, IsListedNewestFirst) {
+    server_.Answer(
+        "/a",
+        {.body =
+             "<rss><channel><title>A</title>"
+             "<item><title>Old</title><link>l1</link><pubDate>Mon, 01 Jan 2001 10:00:00 GMT</pubDate></item>"
+             "<item><title>New</title><link>l2</link><pubDate>Fri, 01 Jan 2021 10:00:00 GMT</pubDate></item>"
+             "</channel></rss>"});
+    server_.Answer("/b", {.body = "<rss><channel><title>B</title><item><title>Middle</title><link>l3</link>"
+                                  "<pubDate>Fri, 01 Jan 2010 10:00:00 GMT</pubDate></item></channel></rss>"});
+    Import("<outline text=\"P\"><outline xmlUrl=\"" + server_.Url("/a") + "\"/><outline xmlUrl=\"" +
+           server_.Url("/b") + "\"/></outline>");
+    Run({"update"});
+
+    EXPECT_THAT(Run({"news"}).out,
+                testing::MatchesRegex("2021-[^\n]*\tA\tNew\tl2\n2010-[^\n]*\tB\tMiddle\tl3\n2001-[^\n]*\n"));
+    EXPECT_THAT(Run({"news", "--channel", "1", "--limit", "1"}).out, testing::EndsWith("\tA\tNew\tl2\n"));
+    EXPECT_EQ(Run({"news", "--channel", "9"}).status, 66);
+    const auto log = Json::parse(Run({"log", "--limit", "3", "--json"}).out)["log"];
+    ASSERT_THAT(log, SizeIs(3));
+    EXPECT_EQ(log[0]["result"], 5);
+    EXPECT_EQ(log[0]["channelName"], "B");
+    EXPECT_EQ(log[0]["new"], 1);
+    EXPECT_EQ(log[2]["message"], "The items were stored.");
+}
+
+}  // namespace
+}  // namespace pellago::test
