@@ -116,9 +116,8 @@ TEST_F(ANewsDatabase, AnswersItsLookUpsFromIndexes) {
          })
         EXPECT_THAT(Texts("EXPLAIN QUERY PLAN " + query, "detail"), ElementsAre(HasSubstr("SEARCH")))
             << query;
-    for (const std::string query :
-         {"SELECT ID FROM News ORDER BY pubDate DESC", "SELECT * FROM DownloadLog ORDER BY EventTime DESC"})
-        EXPECT_THAT(Texts("EXPLAIN QUERY PLAN " + query, "detail"), ElementsAre(HasSubstr("USING"))) << query;
+    EXPECT_THAT(Texts("EXPLAIN QUERY PLAN SELECT * FROM DownloadLog ORDER BY EventTime DESC", "detail"),
+                ElementsAre(HasSubstr("USING INDEX")));
 }
 
 TEST_F(ANewsDatabase, IsNotMadeWhereNothingCanBeWritten) {
