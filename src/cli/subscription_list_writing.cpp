@@ -1,3 +1,4 @@
+#include "feed_address.h"
 #include "platform/text.h"
 #include "subscription_list.h"
 
@@ -22,8 +23,9 @@ std::string XmlAttribute(const std::string& name, const std::string& value) {
     return " " + name + "=\"" + escaped + "\"";
 }
 
-std::string OptionalAttribute(const std::string& name, const std::string& value) {
-    return value.empty() ? std::string() : XmlAttribute(name, value);
+// A page that a feed did not name stands in the database as a text that is no address.
+std::string PageAttribute(const std::string& page) {
+    return HasScheme(page) ? XmlAttribute("htmlUrl", page) : std::string();
 }
 
 // The standard's own mark for an outline that is there but takes no part.
@@ -32,7 +34,7 @@ std::string ActiveAttribute(bool active) { return active ? "" : " isComment=\"tr
 std::string FeedText(const ListedFeed& feed, const std::string& indent) {
     return indent + "<outline type=\"rss\"" + XmlAttribute("text", feed.name) +
            XmlAttribute("title", feed.name) + XmlAttribute("xmlUrl", feed.address) +
-           OptionalAttribute("htmlUrl", feed.link) + ActiveAttribute(feed.active) + "/>\n";
+           PageAttribute(feed.link) + ActiveAttribute(feed.active) + "/>\n";
 }
 
 }  // namespace
@@ -42,8 +44,8 @@ std::string SubscriptionListText(const SubscriptionList& list) {
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<opml version=\"2.0\">\n"
         "  <head>\n    <title>Pellago subscriptions</title>\n  </head>\n  <body>\n";
     for (const auto& provider : list) {
-        text += "    <outline" + XmlAttribute("text", provider.name) +
-                OptionalAttribute("htmlUrl", provider.home_page) + ActiveAttribute(provider.active) + ">\n";
+        text += "    <outline" + XmlAttribute("text", provider.name) + PageAttribute(provider.home_page) +
+                ActiveAttribute(provider.active) + ">\n";
         for (const auto& feed : provider.feeds) text += FeedText(feed, "      ");
         text += "    </outline>\n";
     }

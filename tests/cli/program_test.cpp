@@ -82,9 +82,9 @@ protected:
                   0);
     }
 
-    bool WaitForRequest(const std::string& path) const {
+    bool WaitForRequest(const std::string& path, std::size_t count) const {
         for (int attempt = 0; attempt < 1000; ++attempt) {
-            if (server_.Requests(path) > 0) return true;
+            if (server_.Requests(path) >= count) return true;
             std::this_thread::sleep_for(10ms);
         }
         return false;
@@ -96,11 +96,11 @@ protected:
 TEST_F(AProgram, StoppedByCtrlCEndsTheRunProperly) {
     server_.Answer("/stalled", {.stall = true});
     Subscribe("/stalled");
+    std::size_t requests = 0;
     for (const int signal : {SIGINT, SIGTERM}) {
         const auto output = OutputFile("out");
         Process update({"update"}, output);
-        ASSERT_TRUE(WaitForRequest("/stalled"));
-        std::this_thread::sleep_for(50ms);
+        ASSERT_TRUE(WaitForRequest("/stalled", ++requests));
         const auto start = std::chrono::steady_clock::now();
         update.Signal(signal);
 

@@ -65,8 +65,8 @@ TEST_F(AnUpdate, SaysInJsonWhatTheDatabaseHolds) {
     EXPECT_EQ(document["schema"], 1);
     EXPECT_EQ(document["session"], 2);
     EXPECT_EQ(document["cancelled"], false);
-    EXPECT_EQ(document["start"], Ask("SELECT StartTime FROM DownloadSessions WHERE ID = 2"));
-    EXPECT_EQ(document["end"], Ask("SELECT EndTime FROM DownloadSessions WHERE ID = 2"));
+    EXPECT_EQ(document["start"], Ask("SELECT StartTime || '' FROM DownloadSessions WHERE ID = 2"));
+    EXPECT_EQ(document["end"], Ask("SELECT EndTime || '' FROM DownloadSessions WHERE ID = 2"));
     EXPECT_EQ(document["totals"], Json::parse(R"({"channels": 3, "ok": 2, "failed": 1, "new": 1})"));
     ASSERT_THAT(document["channels"], SizeIs(3));
     EXPECT_EQ(document["channels"][0], Json({{"id", 1},
@@ -130,8 +130,8 @@ TEST_F(AnUpdate, ThatCannotRecordItsSessionIsNoSuccess) {
 
 TEST_F(AnUpdate, LetsNoControlCharacterOfAFeedThrough) {
     server_.Answer("/feed", {.body = Feed("T&#155;31m&#127;&#8238;", "http://x.example/&#157;&#8294;", 1)});
-    Import("<outline text=\"P&#155;\"><outline text=\"C&#x85;\" xmlUrl=\"" + server_.Url("/feed?&#x9b;") +
-           "\"/></outline>");
+    Import("<outline text=\"P&#155;\"><outline text=\"C&#x85;\" xmlUrl=\"" + server_.Url("/feed") +
+           "\"/><outline xmlUrl=\"" + server_.Url("/missing&#x9b;") + "\"/></outline>");
 
     std::string output;
     for (const auto& arguments : std::vector<std::vector<std::string>>{{"update"},

@@ -100,7 +100,7 @@ TEST_F(AVerb, NamesTheIdsThatDoNotExistAndDoesTheOthers) {
     EXPECT_EQ(channels.err, "pellago: there is no channel 8\n");
     EXPECT_EQ(Run({"channel", "list"}).out, "1\toff\t2\thttp://x.example/\thttp://x.example/\n");
     EXPECT_EQ(Run({"channel", "enable", "001"}).status, 0);
-    EXPECT_EQ(Ask("SELECT Active FROM Channels"), "1");
+    EXPECT_EQ(Ask("SELECT Active FROM Channels"), "True");
     EXPECT_EQ(Run({"channel", "list", "--provider", "9"}).status, 66);
 }
 
