@@ -118,12 +118,13 @@ TEST_F(AnXmlDocument, IsCompleteAtOnceWhenAbortedInAnyState) {
     server.Answer("/a", {.body = "<a/>"});
     test::WriteFile(folder / "a.xml", "<a/>");
     for (const auto& address : {server.Url("/a"), folder / "a.xml", std::string("ftp://x/")}) {
-        for (const int state : {1, 2, 3}) {
+        for (const int state : {1, 2}) {
             if (address.starts_with("ftp") && state > 1) continue;
-            SCOPED_TRACE(address + " in state " + std::to_string(state));
+            SCOPED_TRACE(address + " from state " + std::to_string(state));
             XmlDocument document;
             document.Load(address);
-            ASSERT_TRUE(WaitUntil([&] { return document.ReadyState() == state; }));
+            ASSERT_TRUE(WaitUntil([&] { return document.ReadyState() >= state; }));
+            ASSERT_LT(document.ReadyState(), 4);
             document.Abort();
             EXPECT_EQ(document.ReadyState(), 4);
             EXPECT_NE(document.ParseError().error_code, 0);
@@ -131,17 +132,6 @@ TEST_F(AnXmlDocument, IsCompleteAtOnceWhenAbortedInAnyState) {
             EXPECT_FALSE(document.DocumentElement());
         }
     }
-}
-
-TEST_F(AnXmlDocument, KeepsWhatItHasWhenAbortedAfterTheEnd) {
-    server.Answer("/a", {.body = "<a/>"});
-    XmlDocument document;
-    document.Abort();
-    EXPECT_EQ(document.ReadyState(), 0);
-    document.Load(server.Url("/a"));
-    EXPECT_EQ(Outcome(document), "");
-    document.Abort();
-    EXPECT_EQ(document.ParseError().error_code, 0);
 }
 
 // The owner is inside its wait when an event ends the load.
@@ -168,17 +158,6 @@ TEST_F(AnXmlDocument, CanBeAbortedAndDestroyedFromANestedEvent) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
         PumpFor(10ms);
     }
-}
-
-TEST_F(AnXmlDocument, LoadsWhileAnotherOneIsLoadingInTheSameWait) {
-    server.Answer("/a", {.body = "<a/>", .delay = 20ms});
-    XmlDocument outer;
-    std::string inner = "not loaded";
-    outer.Load(server.Url("/a"));
-    CallLater([&] { inner = Load(server.Url("/a")); });
-    EXPECT_EQ(Outcome(outer), "");
-    EXPECT_TRUE(WaitUntil([&] { return inner != "not loaded"; }));
-    EXPECT_EQ(inner, "");
 }
 
 TEST_F(AnXmlDocument, ReadsTheBytesOfALargeFileInManyEvents) {

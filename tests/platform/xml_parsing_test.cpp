@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <ctime>
 #include <functional>
 
 #include "platform/http_transfer.h"
@@ -156,18 +157,16 @@ TEST_F(AnXmlText, IsRefusedFastWhereItIsABomb) {
     const auto letters = [](std::size_t count) { return std::string(count, 'x'); };
     const std::string big_entity = "<!DOCTYPE a [<!ENTITY e '" + letters(100'000) + "'>]><a>";
     const auto number = [](std::size_t index) { return std::to_string(index); };
+    const auto ten_of_the_level_below = [&](std::size_t level) {
+        const auto ten = Repeated(10, [&](std::size_t) { return "&l" + number(level) + ";"; });
+        return "<!ENTITY l" + number(level + 1) + " '" + ten + "'>";
+    };
     const struct {
         const char* name;
         std::string bytes;
     } cases[] = {
         {"billion laughs",
-         "<!DOCTYPE a [<!ENTITY l0 'lol'>" +
-             Repeated(9,
-                      [&](std::size_t level) {
-                          return "<!ENTITY l" + number(level + 1) + " '" +
-                                 Repeated(10, [&](std::size_t) { return "&l" + number(level) + ";"; }) + "'>";
-                      }) +
-             "]><a>&l9;</a>"},
+         "<!DOCTYPE a [<!ENTITY l0 'lol'>" + Repeated(9, ten_of_the_level_below) + "]><a>&l9;</a>"},
         {"two levels, a thousand each", "<!DOCTYPE a [<!ENTITY e '" + letters(1000) + "'><!ENTITY f '" +
                                             Repeated(1000, [](std::size_t) { return "&e;"s; }) + "'>]><a>" +
                                             Repeated(1000, [](std::size_t) { return "<b>&f;</b>"s; }) +
@@ -195,9 +194,9 @@ TEST_F(AnXmlText, IsRefusedFastWhereItIsABomb) {
         {"larger than 64 MiB", "<a>" + letters(HttpTransfer::kMaxBody) + "</a>"},
     };
     for (const auto& item : cases) {
-        const auto start = std::chrono::steady_clock::now();
+        const auto processor_time = std::clock();
         EXPECT_THAT(Read(item.bytes), HasSubstr("error: ")) << item.name;
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << item.name;
+        EXPECT_LT(static_cast<double>(std::clock() - processor_time) / CLOCKS_PER_SEC, 10) << item.name;
     }
 }
 

@@ -19,7 +19,7 @@ inline void PumpFor(std::chrono::milliseconds time) {
 /// Runs the message loop until `done` answers true; false when that takes longer than `limit`. It asks after
 /// every event and every few milliseconds, for what becomes true in another thread.
 inline bool WaitUntil(const std::function<bool()>& done,
-                      std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+                      std::chrono::milliseconds limit = std::chrono::seconds(30)) {
     const auto start = std::chrono::steady_clock::now();
     const auto timer = SetTimer(5, [](std::uint32_t) {});
     while (!done() && std::chrono::steady_clock::now() - start < limit) WaitForEvents();
