@@ -29,7 +29,7 @@ const fs::path& Executable() {
 }
 
 std::string HomeFolder() {
-    const auto home = Environment("HOME");
+    auto home = Environment("HOME");
     if (!home.empty()) return home;
     const auto* user = getpwuid(geteuid());
     return user ? user->pw_dir : "/";
@@ -38,7 +38,7 @@ std::string HomeFolder() {
 std::string ChosenProgramFolder() {
     const auto named = Environment("PELLAGO_HOME");
     if (!named.empty()) return fs::absolute(named).string();
-    const auto folder = Executable().parent_path().string();
+    auto folder = Executable().parent_path().string();
     if (!folder.empty() && access(folder.c_str(), W_OK | X_OK) == 0) return folder;
     return JoinPath(UserFolder("XDG_DATA_HOME", ".local/share"), "pellago");
 }
