@@ -50,6 +50,8 @@ public:
         app_.require_subcommand(1);
         app_.fallthrough();
         app_.footer(kStatusHelp);
+        app_.get_formatter()->label("SUBCOMMAND", "VERB");
+        app_.get_formatter()->label("Subcommands", "Verbs");
         app_.set_version_flag("--version", [] {
             const auto version = ProgramVersion();
             return "pellago " + std::to_string(version.major) + "." + std::to_string(version.minor) + "." +
