@@ -52,11 +52,7 @@ public:
         app_.footer(kStatusHelp);
         app_.get_formatter()->label("SUBCOMMAND", "VERB");
         app_.get_formatter()->label("Subcommands", "Verbs");
-        app_.set_version_flag("--version", [] {
-            const auto version = ProgramVersion();
-            return "pellago " + std::to_string(version.major) + "." + std::to_string(version.minor) + "." +
-                   std::to_string(version.revision);
-        });
+        app_.set_version_flag("--version", "pellago " + ProgramVersionText());
         app_.add_option("--database", command_line_.database,
                         "The news database; otherwise the one that setting RSSDS names")
             ->type_name("FILE")

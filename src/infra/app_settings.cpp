@@ -1,6 +1,9 @@
 #include "infra/app_settings.h"
 
+#include <utility>
+
 #include "infra/component_errors.h"
+#include "infra/guarded_routine.h"
 #include "platform/registry.h"
 
 namespace pellago {
@@ -73,13 +76,18 @@ std::vector<std::string> CAppSettings::GetAllKeys(const std::string& Section) co
 
 Variant CAppSettings::GetSetting(const std::string& Section, const std::string& KeyName,
                                  const Variant& Default) const {
-    return kErrors.Run([&]() -> Variant {
-        const auto value = RegQueryValueEx(root_key_, KeyPath(Section), KeyName);
-        if (!value) return Default;
-        if (auto text = value->Text()) return *std::move(text);
-        if (const auto number = value->Number()) return *number;
-        return Default;
+    Variant result = Default;
+    IgnoringErrors([&](Statements& run) {
+        run([&] {
+            const auto value = RegQueryValueEx(root_key_, KeyPath(Section), KeyName);
+            if (!value) return;
+            if (auto text = value->Text())
+                result = *std::move(text);
+            else if (const auto number = value->Number())
+                result = *number;
+        });
     });
+    return result;
 }
 
 void CAppSettings::SaveSetting(const std::string& Section, const std::string& KeyName,

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "curl_multi.h"
+#include "platform/process.h"
 #include "platform/run_time_error.h"
 
 namespace pellago {
@@ -90,7 +91,7 @@ private:
         set(CURLOPT_MAXREDIRS, 5L);
         set(CURLOPT_FAILONERROR, 1L);
         set(CURLOPT_ACCEPT_ENCODING, "");  // all that libcurl was built with
-        set(CURLOPT_USERAGENT, "Pellago/" PELLAGO_VERSION);
+        set(CURLOPT_USERAGENT, ("Pellago/" + ProgramVersionText()).c_str());
         set(CURLOPT_NOSIGNAL, 1L);
         // An abort must not wait for a name server that does not answer.
         set(CURLOPT_QUICK_EXIT, 1L);

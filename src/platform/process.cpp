@@ -55,6 +55,11 @@ std::string ProgramName() { return Executable().stem().string(); }
 
 Version ProgramVersion() { return {PELLAGO_VERSION_MAJOR, PELLAGO_VERSION_MINOR, PELLAGO_VERSION_REVISION}; }
 
+std::string ProgramVersionText() {
+    const auto [major, minor, revision] = ProgramVersion();
+    return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(revision);
+}
+
 std::string JoinPath(const std::string& folder, const std::string& name) {
     return (fs::path(folder) / name).string();
 }

@@ -61,16 +61,19 @@ const std::vector<CommandDeclaration>& DeclaredCommands() {
         {"cmdAddItem", false,
          "INSERT INTO News (pubDate, Title, Description, Link, Channel, [guid]) VALUES (@Date, "
          "@Title, @Description, @Link, @Channel, @Guid)",
-         {Date("Date"), Text("Title"), LongText("Description"), Text("Link"), Integer("Channel"), Text("Guid")}},
+         {Date("Date"), Text("Title"), LongText("Description"), Text("Link"), Integer("Channel"),
+          Text("Guid")}},
         {"cmdUpdateItem", false,
          "UPDATE News SET pubDate = @Date, Title = @Title, Description = @Description, Link = "
          "@Link, Channel = @Channel, [guid] = @Guid WHERE ID = @ID",
-         {TimeStamp("Date"), Text("Title"), Text("Description"), Text("Link"), Integer("Channel"), Text("Guid"), Integer("ID")}},
+         {TimeStamp("Date"), Text("Title"), Text("Description"), Text("Link"), Integer("Channel"),
+          Text("Guid"), Integer("ID")}},
         {"cmdAddChannel", false,
          "INSERT INTO Channels (Active, Channel, Copyright, Description, httpRSSFile, imagelink, "
          "imageurl, lastBuildDate, Link, Provider) VALUES "
          "(True,@Channel,@Copyright,@Description,@RSSFile,@ImageLink,@ImageUrl,@Date,@Link,@Provder)",
-         {Text("Channel"), Text("Copyright"), Text("Description"), Text("RSSFile"), Text("ImageLink"), Text("ImageUrl"), TimeStamp("Date"), Text("Link"), Integer("Provder")}},
+         {Text("Channel"), Text("Copyright"), Text("Description"), Text("RSSFile"), Text("ImageLink"),
+          Text("ImageUrl"), TimeStamp("Date"), Text("Link"), Integer("Provder")}},
         {"cmdSeachProvider", true,
          "SELECT id FROM Providers WHERE Provider = @Title",
          {Text("Title")}},

@@ -57,7 +57,7 @@ TEST_F(AFailingStatement, WhicheverItIsLeavesADatabaseThatTheNextRunCompletes) {
         EXPECT_EQ(Stored(), undisturbed) << "statement " << failing << ": " << failed;
         EXPECT_THAT(Column("SELECT ID FROM DownloadSessions WHERE StartTime IS NULL"), IsEmpty()) << failed;
     }
-    EXPECT_GT(failures, 20);
+    EXPECT_GE(failures, 20);
 }
 
 }  // namespace

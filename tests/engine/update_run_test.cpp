@@ -1,4 +1,5 @@
 #include "a_run.h"
+#include "infra/errors_to_file.h"
 #include "platform/thread_timer.h"
 
 namespace pellago::test {

@@ -3,37 +3,22 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <functional>
 
 #include "platform/process.h"
-#include "platform/run_time_error.h"
 #include "support/support.h"
+#include "support/thrown.h"
 
 namespace pellago {
 namespace {
 
+using test::Thrown;
+using test::ThrownBy;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-struct Failure {
-    std::int32_t number = 0;
-    std::string source;
-    std::string description;
-    friend bool operator==(const Failure&, const Failure&) = default;
-};
-
-Failure FailureOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const RunTimeError& error) {
-        return {error.Number(), error.Source(), error.Description()};
-    }
-    return {};
-}
-
-Failure Expected(std::uint32_t number, const std::string& class_name, const std::string& description) {
-    return {static_cast<std::int32_t>(number), ProgramName() + "." + class_name, description};
+Thrown Expected(std::uint32_t number, const std::string& class_name, const std::string& description) {
+    return {static_cast<std::int32_t>(number), description, ProgramName() + "." + class_name};
 }
 
 class Settings : public testing::Test {
@@ -86,14 +71,14 @@ TEST_F(Settings, OfTwoInstancesOnOneBranchAreTheSame) {
 }
 
 TEST_F(Settings, RejectValuesThatAreNotValidAndKeepTheOldOnes) {
-    EXPECT_EQ(FailureOf([&] { settings_.AppName(""); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.AppName(""); }),
               Expected(0x8004427D, "CAppSettings", "Invalid AppName value"));
-    EXPECT_EQ(FailureOf([&] { settings_.Init("", "Other"); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.Init("", "Other"); }),
               Expected(0x8004427E, "CAppSettings", "Invalid CompanyName value"));
-    EXPECT_EQ(FailureOf([&] { settings_.MainBranch(""); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.MainBranch(""); }),
               Expected(0x8004427F, "CAppSettings", "Invalid MainBranch value"));
     for (const auto root : {0x80000000, 0x80000003, 0U})
-        EXPECT_EQ(FailureOf([&] { settings_.RootKey(static_cast<std::int32_t>(root)); }),
+        EXPECT_EQ(ThrownBy([&] { settings_.RootKey(static_cast<std::int32_t>(root)); }),
                   Expected(0x80044280, "CAppSettings", "Invalid root key value"));
     EXPECT_EQ(settings_.AppName(), "CORVANE");
     EXPECT_EQ(settings_.CompanyName(), "QUENLITH");
@@ -104,15 +89,15 @@ TEST_F(Settings, RejectValuesThatAreNotValidAndKeepTheOldOnes) {
 }
 
 TEST_F(Settings, TellFailedOperationsFromThoseNotExpected) {
-    EXPECT_EQ(FailureOf([&] { settings_.GetAllKeys("none"); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.GetAllKeys("none"); }),
               Expected(0x80044283, "CAppSetting", "Failed getting all the application keys"));
-    EXPECT_EQ(FailureOf([&] { settings_.DeleteSetting("none", ""); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.DeleteSetting("none", ""); }),
               Expected(0x80044282, "CAppSetting", "Failed deleting the application setting"));
-    EXPECT_EQ(FailureOf([&] { settings_.SaveSetting("Settings", "x", Null()); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.SaveSetting("Settings", "x", Null()); }),
               Expected(0x80044284, "CAppSettings", "CAppSettings component failure"));
     std::filesystem::remove_all(folder_ / "quenlith");
     test::WriteFile(folder_ / "quenlith", "");
-    EXPECT_EQ(FailureOf([&] { settings_.SaveSetting("Settings", "x", 1); }),
+    EXPECT_EQ(ThrownBy([&] { settings_.SaveSetting("Settings", "x", 1); }),
               Expected(0x80044281, "CAppSetting", "Failed saving the application setting"));
 }
 
@@ -122,11 +107,11 @@ TEST_F(Settings, DeleteASectionWithoutSubsectionsOrOneValue) {
     settings_.SaveSetting("A\\B", "z", 1);
     settings_.DeleteSetting("A", "X");
     EXPECT_THAT(settings_.GetAllKeys("A"), ElementsAre("y"));
-    EXPECT_EQ(FailureOf([&] { settings_.DeleteSetting("A", ""); }).description,
+    EXPECT_EQ(ThrownBy([&] { settings_.DeleteSetting("A", ""); }).text,
               "Failed deleting the application setting");
     settings_.DeleteSetting("A\\B", "");
     settings_.DeleteSetting("A", "");
-    EXPECT_EQ(FailureOf([&] { settings_.GetAllKeys("A"); }).source, ProgramName() + ".CAppSetting");
+    EXPECT_EQ(ThrownBy([&] { settings_.GetAllKeys("A"); }).source, ProgramName() + ".CAppSetting");
 }
 
 }  // namespace

@@ -14,15 +14,13 @@
 #include "platform/run_time_error.h"
 #include "platform/system_version.h"
 #include "support/support.h"
+#include "support/thrown.h"
 
 namespace pellago {
 namespace {
 
 using testing::ElementsAre;
-using testing::Field;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Property;
 using testing::ThrowsMessage;
 namespace fs = std::filesystem;
 
@@ -141,24 +139,23 @@ TEST_F(AnErrorHandler, WritesNoEventLogOnAnOlderSystem) {
 }
 
 TEST_F(AnErrorHandler, RejectsValuesThatAreNotValid) {
-    const auto raises = [](std::uint32_t number, const std::string& description) {
-        return testing::Throws<RunTimeError>(
-            AllOf(Property(&RunTimeError::Number, static_cast<std::int32_t>(number)),
-                  Property(&RunTimeError::Source, ProgramName() + ".CErrorHandler"),
-                  Property(&RunTimeError::Description, description)));
+    const auto rejection = [](std::uint32_t number, const std::string& text) {
+        return test::Thrown{static_cast<std::int32_t>(number), text, ProgramName() + ".CErrorHandler"};
     };
     for (const auto actions : {0, 16, -1})
-        EXPECT_THAT([&] { handler_.ErrorHandlerActions(actions); },
-                    raises(0x800443FA, "Invalid error handler actions"));
+        EXPECT_EQ(test::ThrownBy([&] { handler_.ErrorHandlerActions(actions); }),
+                  rejection(0x800443FA, "Invalid error handler actions"));
     for (const auto flags : {0, 4})
-        EXPECT_THAT([&] { handler_.TracingFlags(flags); }, raises(0x800443FB, "Invalid tracing flags"));
-    EXPECT_THAT([&] { handler_.ErrorLogFile(""); }, raises(0x800443F9, "Invalid file name"));
-    EXPECT_THAT([&] { handler_.Init(15, "new", false, true, 3, ""); },
-                raises(0x800443F9, "Invalid file name"));
+        EXPECT_EQ(test::ThrownBy([&] { handler_.TracingFlags(flags); }),
+                  rejection(0x800443FB, "Invalid tracing flags"));
+    EXPECT_EQ(test::ThrownBy([&] { handler_.ErrorLogFile(""); }), rejection(0x800443F9, "Invalid file name"));
+    EXPECT_EQ(test::ThrownBy([&] { handler_.Init(15, "new", false, true, 3, ""); }),
+              rejection(0x800443F9, "Invalid file name"));
     EXPECT_EQ(handler_.ErrorHandlerActions(), 15);
     EXPECT_EQ(handler_.TracingFlags(), 3);
     EXPECT_EQ(handler_.TracingLogFile(), tracing_log_);
-    EXPECT_THAT([&] { handler_.Init(1, "", true, false, 1, "x"); }, raises(0x800443F9, "Invalid file name"));
+    EXPECT_EQ(test::ThrownBy([&] { handler_.Init(1, "", true, false, 1, "x"); }),
+              rejection(0x800443F9, "Invalid file name"));
     EXPECT_EQ(handler_.ErrorHandlerActions(), 1);
     EXPECT_EQ(handler_.ErrorLogFile(), "new");
     EXPECT_TRUE(handler_.TracingEnabled());

@@ -61,10 +61,21 @@ std::vector<data::Row>& Recordset::State::Rows() {
         if (!fetched.empty() && fetched.front().size() != columns->size())
             Raise(data_error::kStatementFailed, "The columns of \"" + source + "\" have changed.");
         rows = std::move(fetched);
-        // An added row comes after all the others.
-        if (added) position = rows->size();
+        if (added) PutAddedRowLast();
     }
     return *rows;
+}
+
+void Recordset::State::PutAddedRowLast() {
+    const auto key = RequireKey();
+    const auto fetched = std::find_if(rows->begin(), rows->end(),
+                                      [&](const data::Row& row) { return row[key] == (*added)[key]; });
+    if (fetched == rows->end())
+        rows->push_back(std::move(*added));  // the filter leaves it out, but it is still the current row
+    else
+        std::rotate(fetched, fetched + 1, rows->end());
+    position = rows->size() - 1;
+    added.reset();
 }
 
 data::Row& Recordset::State::CurrentRow() {
@@ -128,7 +139,6 @@ std::int32_t Recordset::RecordCount() {
 void Recordset::MoveFirst() {
     state_->DropChanges();
     state_->Rows();
-    state_->added.reset();
     state_->position = 0;
 }
 
@@ -136,8 +146,7 @@ void Recordset::MoveNext() {
     if (Eof()) Raise(data_error::kNoCurrentRow, "There is no current row.");
     state_->DropChanges();
     state_->Rows();
-    if (!state_->added) ++state_->position;
-    state_->added.reset();
+    ++state_->position;
 }
 
 bool Recordset::Eof() {

@@ -40,8 +40,7 @@ std::string Recordset::State::InsertText() const {
     const auto columns_set = Listed(pending, [&](std::size_t index) { return Origin(index); });
     const auto values = Listed(pending, [&](std::size_t) { return "?" + std::to_string(++number); });
     return "INSERT INTO " + Table() +
-           (pending.empty() ? " DEFAULT VALUES" : " (" + columns_set + ") VALUES (" + values + ")") +
-           Returning();
+           (pending.empty() ? " DEFAULT VALUES" : " (" + columns_set + ") VALUES (" + values + ")");
 }
 
 std::string Recordset::State::UpdateText(std::size_t key) const {
@@ -49,18 +48,12 @@ std::string Recordset::State::UpdateText(std::size_t key) const {
     const auto changes =
         Listed(pending, [&](std::size_t index) { return Origin(index) + " = ?" + std::to_string(++number); });
     return "UPDATE " + Table() + " SET " + changes + " WHERE " + Origin(key) + " = ?" +
-           std::to_string(number + 1) + Returning();
+           std::to_string(number + 1);
 }
 
 std::string Recordset::State::Table() const { return data::QuotedName(columns->front().table); }
 std::string Recordset::State::Origin(std::size_t index) const {
     return data::QuotedName((*columns)[index].origin);
-}
-
-std::string Recordset::State::Returning() const {
-    std::string list;
-    for (const auto& column : *columns) list += (list.empty() ? "" : ", ") + data::QuotedName(column.origin);
-    return " RETURNING " + list;
 }
 
 std::vector<Variant> Recordset::State::PendingValues() const {
@@ -69,25 +62,28 @@ std::vector<Variant> Recordset::State::PendingValues() const {
     return values;
 }
 
-void Recordset::State::Insert() {
-    auto stored = connection->state_->Run(InsertText(), PendingValues());
-    if (rows) {
-        rows->push_back(std::move(stored.front()));
-        position = rows->size() - 1;
-    } else {
-        added = std::move(stored.front());
+void Recordset::State::Insert(std::size_t key) {
+    connection->state_->Run(InsertText(), PendingValues());
+    data::Row row(columns->size());
+    row[key] = connection->state_->database->LastKey();
+    for (const auto& [index, value] : pending) row[index] = value;
+    if (!rows) {
+        added = std::move(row);
+        return;
     }
+    rows->push_back(std::move(row));
+    position = rows->size() - 1;
 }
 
 void Recordset::State::Change(std::size_t key) {
     auto& row = CurrentRow();
     auto values = PendingValues();
     values.push_back(row[key]);
-    auto stored = connection->state_->Run(UpdateText(key), values);
-    if (stored.empty())
+    connection->state_->Run(UpdateText(key), values);
+    if (connection->state_->database->Changes() == 0)
         throw RunTimeError(data_error::kNoCurrentRow, data::kErrorSource,
                            "The current row was deleted by another program.");
-    row = std::move(stored.front());
+    for (const auto& [index, value] : pending) row[index] = value;
 }
 
 void Recordset::Value(std::string_view field, Variant value) {
@@ -106,7 +102,7 @@ void Recordset::AddNew() {
 void Recordset::Update() {
     const auto key = state_->RequireKey();
     if (state_->adding)
-        state_->Insert();
+        state_->Insert(key);
     else if (!state_->pending.empty())
         state_->Change(key);
     state_->DropChanges();

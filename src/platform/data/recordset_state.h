@@ -28,7 +28,7 @@ struct Recordset::State {
 
     std::optional<std::vector<data::Row>> rows;  ///< empty until they are asked for
     std::size_t position = 0;
-    /// A row added while the rows were not there: current until a move.
+    /// A row added while the rows were not there: current until they are.
     std::optional<data::Row> added;
     bool adding = false;
     std::map<std::size_t, Variant> pending;  ///< by column
@@ -41,6 +41,7 @@ struct Recordset::State {
     void DropChanges();
 
     std::vector<data::Row>& Rows();
+    void PutAddedRowLast();
     std::string Query() const;
     data::Row& CurrentRow();
     std::size_t Index(std::string_view field) const;
@@ -52,9 +53,8 @@ struct Recordset::State {
     std::string Origin(std::size_t column) const;
     std::string InsertText() const;
     std::string UpdateText(std::size_t key) const;
-    std::string Returning() const;
     std::vector<Variant> PendingValues() const;
-    void Insert();
+    void Insert(std::size_t key);
     void Change(std::size_t key);
 };
 

@@ -38,6 +38,11 @@ void RequireFile(const std::string& path) {
         throw RunTimeError(data_error::kNotADatabase, kErrorSource, "\"" + path + "\" is not a file.");
 }
 
+bool HasContent(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && status.st_size > 0;
+}
+
 }  // namespace
 
 Database::Database(const std::string& path) : path_(path) {
@@ -46,9 +51,9 @@ Database::Database(const std::string& path) : path_(path) {
     try {
         CheckReadable();
     } catch (const RunTimeError& error) {
-        if (error.Number() != data_error::kNotWritable) throw;
         // In a folder that is closed to us no file can be put beside the database, which reading needs too,
-        // unless nobody writes to it.
+        // unless the file is whole in itself and nobody writes to it.
+        if (error.Number() != data_error::kNotWritable || HasContent(path + "-wal")) throw;
         OpenFile(ImmutableAddress(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
         CheckReadable();
     }

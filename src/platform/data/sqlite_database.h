@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,6 +25,9 @@ struct Column {
 };
 using Columns = std::vector<Column>;
 using Row = std::vector<Variant>;
+
+/// A 32-bit integer, or a double beyond its range.
+Variant Integer(std::int64_t number);
 
 /// A prepared statement. Lives no longer than its database.
 class Statement final {
@@ -63,6 +67,10 @@ public:
     /// Runs a statement to its end; no lock is left behind but that of an open transaction.
     std::vector<Row> Run(Statement& statement, const std::vector<Variant>& values);
 
+    /// The key that the last insert gave its row.
+    Variant LastKey() const { return Integer(sqlite3_last_insert_rowid(handle_.get())); }
+    /// The number of rows that the last statement that writes has touched.
+    std::int64_t Changes() const { return sqlite3_changes64(handle_.get()); }
     bool InTransaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
     bool ReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
     /// Ends an open transaction, whatever the library says to it.

@@ -39,6 +39,12 @@ std::shared_ptr<const Columns> Describe(sqlite3_stmt* statement) {
 
 }  // namespace
 
+Variant Integer(std::int64_t number) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (number < Limits::min() || number > Limits::max()) return static_cast<double>(number);
+    return static_cast<std::int32_t>(number);
+}
+
 Statement::Statement(sqlite3_stmt* handle) : handle_(handle), columns_(Describe(handle)) {}
 
 Row Statement::TakeRow() {
@@ -58,10 +64,7 @@ Variant Statement::TakeValue(int index) const {
     if (type == SQLITE_INTEGER) {
         const auto number = sqlite3_column_int64(handle, index);
         if (kind == ColumnKind::kBoolean) return number != 0;
-        if (number < std::numeric_limits<std::int32_t>::min() ||
-            number > std::numeric_limits<std::int32_t>::max())
-            return static_cast<double>(number);
-        return static_cast<std::int32_t>(number);
+        return Integer(number);
     }
     if (type == SQLITE_FLOAT) return sqlite3_column_double(handle, index);
     if (type == SQLITE_NULL) return Null{};

@@ -103,7 +103,7 @@ TEST_F(ARecordset, AddsARowWithoutReadingTheTable) {
     cars.Update();
     EXPECT_FALSE(cars.Eof());
     EXPECT_EQ(cars.Value("ID"), Variant(4));
-    EXPECT_EQ(cars.Value("Note"), Variant("none"));
+    EXPECT_EQ(cars.Value("Name"), Variant("Dog"));
 
     cars.Value("Built", ComposeDate(2020, 1, 1));
     cars.Update();
@@ -112,9 +112,11 @@ TEST_F(ARecordset, AddsARowWithoutReadingTheTable) {
     EXPECT_EQ(connection->Scalar("SELECT Name || Built FROM Cars WHERE ID = 4"),
               Variant("Dog2020-01-01 00:00:00"));
 
+    cars.Value("Name", "Doe");
     EXPECT_EQ(cars.RecordCount(), 4);
-    EXPECT_EQ(cars.Value("Name"), Variant("Dog"));
-    cars.MoveNext();
+    cars.Update();
+    EXPECT_EQ(cars.Value("Note"), Variant("none"));
+    EXPECT_THAT(Names(), ElementsAre("Ant", "Bee", "Cat", "Doe"));
     EXPECT_TRUE(cars.Eof());
     cars.AddNew();
     cars.Update();

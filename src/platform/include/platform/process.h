@@ -21,6 +21,8 @@ struct Version {
     std::int32_t revision;
 };
 Version ProgramVersion();
+/// The three numbers joined by ".".
+std::string ProgramVersionText();
 
 /// `name` in `folder`; an absolute name stays as it is.
 std::string JoinPath(const std::string& folder, const std::string& name);

@@ -58,8 +58,9 @@ public:
     /// Starts a new row, which is the current one until the next move; Update inserts it. Throws
     /// data_error::kNotUpdatable, like setting a value.
     void AddNew();
-    /// Writes the pending changes, only the changed columns, by the row's key; the row then reads as it is
-    /// stored, key and defaults included. On failure, also when the row is no more, the changes stay pending.
+    /// Writes the pending changes, only the changed columns, by the row's key. After an insert the key of the
+    /// new row can be read; its columns that were not set read as Null until the rows are fetched anew. On
+    /// failure, also when the row is no more, the changes stay pending.
     void Update();
     /// Drops the pending changes; a new row that was not written is no more.
     void CancelUpdate();
