@@ -50,6 +50,8 @@ public:
         app_.require_subcommand(1);
         app_.fallthrough();
         app_.footer(kStatusHelp);
+        app_.get_formatter()->label("SUBCOMMAND", "VERB");
+        app_.get_formatter()->label("Subcommands", "Verbs");
         app_.set_version_flag("--version", "pellago " + ProgramVersionText());
         app_.add_option("--database", command_line_.database,
                         "The news database; otherwise the one that setting RSSDS names")

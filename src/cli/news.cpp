@@ -6,12 +6,14 @@
 namespace pellago::cli {
 namespace {
 
+// The newest are found in the index that also serves the look-up of items, without a read of the news.
 std::string Query(const ListingOptions& options) {
     return "SELECT News.ID AS ID, News.pubDate AS pubDate, News.Title AS Title, News.Link AS Link,"
-           " News.Channel AS ChannelID, Channels.Channel AS Channel"
-           " FROM News LEFT JOIN Channels ON Channels.ID = News.Channel" +
-           (options.channel ? " WHERE News.Channel = " + std::to_string(*options.channel) : std::string()) +
-           " ORDER BY News.pubDate DESC, News.ID DESC LIMIT " + std::to_string(options.limit);
+           " News.Channel AS ChannelID, Channels.Channel AS Channel FROM (SELECT ID FROM News" +
+           (options.channel ? " WHERE Channel = " + std::to_string(*options.channel) : std::string()) +
+           " ORDER BY pubDate DESC, ID DESC LIMIT " + std::to_string(options.limit) +
+           ") AS Newest JOIN News ON News.ID = Newest.ID LEFT JOIN Channels ON Channels.ID = News.Channel"
+           " ORDER BY News.pubDate DESC, News.ID DESC";
 }
 
 Json JsonOf(Recordset& row) {
