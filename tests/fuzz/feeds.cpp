@@ -14,7 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const auto path = (std::filesystem::temp_directory_path() /
                               ("pellago-fuzz-" + std::to_string(std::random_device{}()) + ".xml"))
                                  .string();
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     pellago::clsChannel channel;
     channel.Load(path);
     return 0;

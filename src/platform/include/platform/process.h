@@ -27,7 +27,7 @@ std::string ProgramVersionText();
 /// `name` in `folder`; an absolute name stays as it is.
 std::string JoinPath(const std::string& folder, const std::string& name);
 
-/// A folder of the user by the XDG base directory specification: `variable` where it holds an absolute path,
+/// A folder of the user after the XDG base directories: `variable` where it holds an absolute path,
 /// else `below_home` in the home folder.
 std::string UserFolder(const char* variable, std::string_view below_home);
 
