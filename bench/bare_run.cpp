@@ -89,6 +89,7 @@ int BareRun(const std::string& path, const std::vector<std::string>& addresses) 
         const auto document = Fetch(curl.get(), address);
         sqlite3_exec(opened, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
         const auto* parent = Child(xmlDocGetRootElement(document.get()), "channel");
+        if (!parent) throw std::runtime_error("no channel in " + address);
         for (const auto* item = parent->children; item; item = item->next) {
             if (item->type != XML_ELEMENT_NODE ||
                 std::strcmp(reinterpret_cast<const char*>(item->name), "item") != 0)

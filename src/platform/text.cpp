@@ -74,6 +74,8 @@ std::size_t Len(std::string_view text) {
 }
 
 std::string Left(std::string_view text, std::size_t count) {
+    // A character takes one byte at least.
+    if (text.size() <= count) return std::string(text);
     std::size_t at = 0;
     for (std::size_t units = 0; at < text.size();) {
         const auto length = SequenceLength(text[at]);
