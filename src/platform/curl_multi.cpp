@@ -57,7 +57,7 @@ CurlMulti::CurlMulti(QObject* application)
     curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(
         multi_, CURLMOPT_SOCKETFUNCTION, +[](CURL*, curl_socket_t socket, int what, void* self, void*) {
-            static_cast<CurlMulti*>(self)->watch_socket(socket, what);
+            static_cast<CurlMulti*>(self)->WatchSocket(socket, what);
             return 0;
         });
     curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
@@ -71,10 +71,10 @@ CurlMulti::CurlMulti(QObject* application)
     timer_.setSingleShot(true);
     timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, [this]() noexcept {
-        act(CURL_SOCKET_TIMEOUT, 0);
-        deliver();
+        Act(CURL_SOCKET_TIMEOUT, 0);
+        DeliverReady();
     });
-    connect(&notifier_, &QSocketNotifier::activated, this, [this]() noexcept { handle_sockets(); });
+    connect(&notifier_, &QSocketNotifier::activated, this, [this]() noexcept { HandleSockets(); });
 }
 
 CurlMulti::~CurlMulti() {
@@ -98,10 +98,10 @@ void CurlMulti::MarkReady(std::weak_ptr<CurlClient> client) { ready_.push_back(s
 
 void CurlMulti::DeliverSoon() {
     QMetaObject::invokeMethod(
-        this, [this]() noexcept { deliver(); }, Qt::QueuedConnection);
+        this, [this]() noexcept { DeliverReady(); }, Qt::QueuedConnection);
 }
 
-void CurlMulti::watch_socket(curl_socket_t socket, int what) {
+void CurlMulti::WatchSocket(curl_socket_t socket, int what) {
     epoll_event event{};
     event.data.fd = socket;
     if (what == CURL_POLL_REMOVE) {
@@ -114,7 +114,7 @@ void CurlMulti::watch_socket(curl_socket_t socket, int what) {
         epoll_ctl(epoll_, EPOLL_CTL_ADD, socket, &event);
 }
 
-void CurlMulti::handle_sockets() {
+void CurlMulti::HandleSockets() {
     std::array<epoll_event, 32> events{};
     const int count = epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), 0);
     for (int index = 0; index < count; ++index) {
@@ -123,18 +123,18 @@ void CurlMulti::handle_sockets() {
         if (event.events & EPOLLIN) mask |= CURL_CSELECT_IN;
         if (event.events & EPOLLOUT) mask |= CURL_CSELECT_OUT;
         if (event.events & (EPOLLERR | EPOLLHUP)) mask |= CURL_CSELECT_ERR;
-        act(event.data.fd, mask);
+        Act(event.data.fd, mask);
     }
-    deliver();
+    DeliverReady();
 }
 
-void CurlMulti::act(curl_socket_t socket, int events) {
+void CurlMulti::Act(curl_socket_t socket, int events) {
     int running = 0;
     curl_multi_socket_action(multi_, socket, events, &running);
-    collect_completed();
+    CollectCompleted();
 }
 
-void CurlMulti::collect_completed() {
+void CurlMulti::CollectCompleted() {
     int left = 0;
     while (const auto* message = curl_multi_info_read(multi_, &left)) {
         if (message->msg != CURLMSG_DONE) continue;
@@ -147,7 +147,7 @@ void CurlMulti::collect_completed() {
     }
 }
 
-void CurlMulti::deliver() {
+void CurlMulti::DeliverReady() {
     while (!ready_.empty()) {
         const auto client = ready_.front().lock();
         ready_.pop_front();

@@ -46,11 +46,11 @@ public:
     CURLSH* Share() const { return share_; }
 
 private:
-    void watch_socket(curl_socket_t socket, int what);
-    void handle_sockets();
-    void act(curl_socket_t socket, int events);
-    void collect_completed();
-    void deliver();
+    void WatchSocket(curl_socket_t socket, int what);
+    void HandleSockets();
+    void Act(curl_socket_t socket, int events);
+    void CollectCompleted();
+    void DeliverReady();
 
     CURLSH* share_;
     CURLM* multi_;

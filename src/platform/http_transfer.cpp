@@ -38,7 +38,7 @@ public:
     Easy(const std::string& url, HttpEvents events)
         : multi_(&CurlMulti::Instance()), events_(std::move(events)), easy_(curl_easy_init()) {
         if (!easy_) throw RunTimeError(error_number::kInternalError, "", "The transfer cannot be started");
-        set_options(url);
+        SetOptions(url);
     }
     ~Easy() override { Abort(); }
     Easy(const Easy&) = delete;
@@ -48,7 +48,7 @@ public:
         if (url_is_valid_) {
             multi_->Add(*this);
         } else {
-            end("The address is not a valid URL");
+            End("The address is not a valid URL");
             multi_->DeliverSoon();
         }
     }
@@ -57,66 +57,66 @@ public:
 
     void Abort() override {
         over_ = true;
-        release();
+        Release();
     }
 
     void Completed(CURLcode result) override {
-        note_head();
-        end(failure(result));
-        release();
+        NoteHead();
+        End(FailureText(result));
+        Release();
     }
 
     void Deliver() override {
         if (delivering_) return;  // the call that is delivering goes on with it
         delivering_ = true;
         const auto kept = shared_from_this();
-        while (!over_ && tell_next()) {
+        while (!over_ && TellNext()) {
         }
         delivering_ = false;
     }
 
 private:
     template <typename Value>
-    void set(CURLoption option, Value value) {
+    void Set(CURLoption option, Value value) {
         curl_easy_setopt(easy_, option, value);
     }
 
-    void set_options(const std::string& address) {
+    void SetOptions(const std::string& address) {
         const auto url = EncodedUrl(address);
         url_is_valid_ = !url.empty();
-        set(CURLOPT_URL, url.c_str());
-        set(CURLOPT_PROTOCOLS_STR, "http,https");
-        set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-        set(CURLOPT_FOLLOWLOCATION, 1L);
-        set(CURLOPT_MAXREDIRS, 5L);
-        set(CURLOPT_FAILONERROR, 1L);
-        set(CURLOPT_ACCEPT_ENCODING, "");  // all that libcurl was built with
-        set(CURLOPT_USERAGENT, ("Pellago/" + ProgramVersionText()).c_str());
-        set(CURLOPT_NOSIGNAL, 1L);
+        Set(CURLOPT_URL, url.c_str());
+        Set(CURLOPT_PROTOCOLS_STR, "http,https");
+        Set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+        Set(CURLOPT_FOLLOWLOCATION, 1L);
+        Set(CURLOPT_MAXREDIRS, 5L);
+        Set(CURLOPT_FAILONERROR, 1L);
+        Set(CURLOPT_ACCEPT_ENCODING, "");  // all that libcurl was built with
+        Set(CURLOPT_USERAGENT, ("Pellago/" + ProgramVersionText()).c_str());
+        Set(CURLOPT_NOSIGNAL, 1L);
         // An abort must not wait for a name server that does not answer.
-        set(CURLOPT_QUICK_EXIT, 1L);
-        set(CURLOPT_BUFFERSIZE, 65536L);
-        set(CURLOPT_SHARE, multi_->Share());
-        set(CURLOPT_ERRORBUFFER, error_.data());
-        set(CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
-        set(CURLOPT_PRIVATE, static_cast<CurlClient*>(this));
-        set(CURLOPT_WRITEDATA, this);
-        set(
+        Set(CURLOPT_QUICK_EXIT, 1L);
+        Set(CURLOPT_BUFFERSIZE, 65536L);
+        Set(CURLOPT_SHARE, multi_->Share());
+        Set(CURLOPT_ERRORBUFFER, error_.data());
+        Set(CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
+        Set(CURLOPT_PRIVATE, static_cast<CurlClient*>(this));
+        Set(CURLOPT_WRITEDATA, this);
+        Set(
             CURLOPT_WRITEFUNCTION, +[](const char* bytes, std::size_t, std::size_t size, void* self) {
-                return static_cast<Easy*>(self)->write(bytes, size);
+                return static_cast<Easy*>(self)->Write(bytes, size);
             });
     }
 
-    std::size_t write(const char* bytes, std::size_t size) {
-        note_head();
+    std::size_t Write(const char* bytes, std::size_t size) {
+        NoteHead();
         received_ += size;
         if (received_ > kMaxBody) return 0;
-        if (arrived_.empty()) mark_ready();
+        if (arrived_.empty()) MarkReady();
         arrived_.append(bytes, size);
         return size;
     }
 
-    void note_head() {
+    void NoteHead() {
         if (head_known_) return;
         long status = 0;
         curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
@@ -127,10 +127,10 @@ private:
         curl_easy_getinfo(easy_, CURLINFO_CONTENT_TYPE, &type);
         head_ = {static_cast<int>(status), url ? url : "", type ? type : ""};
         head_known_ = true;
-        mark_ready();
+        MarkReady();
     }
 
-    std::string failure(CURLcode result) const {
+    std::string FailureText(CURLcode result) const {
         if (received_ > kMaxBody) return "The document is larger than 64 MiB";
         if (result != CURLE_OK) return error_[0] != '\0' ? error_.data() : curl_easy_strerror(result);
         // What is left of 300 and above are redirects that lead nowhere and answers to questions not asked.
@@ -138,15 +138,15 @@ private:
         return {};
     }
 
-    void end(std::string error) {
+    void End(std::string error) {
         ended_ = true;
         end_error_ = std::move(error);
-        mark_ready();
+        MarkReady();
     }
 
-    void mark_ready() { multi_->MarkReady(weak_from_this()); }
+    void MarkReady() { multi_->MarkReady(weak_from_this()); }
 
-    bool tell_next() {
+    bool TellNext() {
         if (head_known_ && !std::exchange(head_told_, true)) {
             events_.head(head_);
         } else if (!arrived_.empty()) {
@@ -163,7 +163,7 @@ private:
         return true;
     }
 
-    void release() {
+    void Release() {
         if (!easy_) return;
         if (multi_) multi_->Remove(*this);
         curl_easy_cleanup(easy_);

@@ -83,12 +83,12 @@ struct XmlDocument::Loading {
     void Start(const std::string& address) {
         auto [kind, location] = ParseAddress(address);
         if (kind == DocumentAddress::Kind::kHttp) {
-            fetch(location);
+            Fetch(location);
             state = kLoading;
             return;
         }
-        later([this, is_file = kind == DocumentAddress::Kind::kFile, place = std::move(location)] {
-            is_file ? open_file(place) : Complete({kNotLoaded, place});
+        Later([this, is_file = kind == DocumentAddress::Kind::kFile, place = std::move(location)] {
+            is_file ? OpenFile(place) : Complete({kNotLoaded, place});
         });
         state = kLoading;
     }
@@ -108,67 +108,67 @@ struct XmlDocument::Loading {
 
 private:
     /// Calls `step` in an event of its own, unless the document is complete or gone by then.
-    void later(std::function<void()> step) {
+    void Later(std::function<void()> step) {
         pending = std::make_shared<const std::function<void()>>(std::move(step));
         CallLater([waiting = std::weak_ptr(pending)] {
             if (const auto kept = waiting.lock()) (*kept)();
         });
     }
 
-    void fetch(const std::string& url) {
+    void Fetch(const std::string& url) {
         transfer = std::make_unique<HttpTransfer>(
-            url, HttpEvents{.head = [this](const HttpHead& head) { begin(Charset(head.content_type)); },
-                            .body = [this](std::string_view bytes) { feed(bytes); },
+            url, HttpEvents{.head = [this](const HttpHead& head) { Begin(Charset(head.content_type)); },
+                            .body = [this](std::string_view bytes) { Feed(bytes); },
                             .end =
                                 [this](const std::string& failure) {
-                                    failure.empty() ? received() : Complete({kNotLoaded, failure});
+                                    failure.empty() ? Received() : Complete({kNotLoaded, failure});
                                 }});
     }
 
-    void open_file(const std::string& path) {
+    void OpenFile(const std::string& path) {
         file = std::make_unique<InputFile>();
         if (const auto reason = file->Open(path); !reason.empty()) {
             Complete({kNotLoaded, path + ": " + reason});
             return;
         }
-        begin("");
-        later([this] { read_file(); });
+        Begin("");
+        Later([this] { ReadFile(); });
     }
 
-    void read_file() {
+    void ReadFile() {
         std::array<char, 65536> buffer;
         const auto size = file->Read(buffer);
         if (size < 0) {
             Complete({kNotLoaded, SystemError()});
         } else if (size == 0) {
-            received();
+            Received();
         } else if ((file_size += static_cast<std::size_t>(size)) > HttpTransfer::kMaxBody) {
             Complete({kNotLoaded, "The document is larger than 64 MiB"});
-        } else if (feed({buffer.data(), static_cast<std::size_t>(size)})) {
-            later([this] { read_file(); });
+        } else if (Feed({buffer.data(), static_cast<std::size_t>(size)})) {
+            Later([this] { ReadFile(); });
         }
     }
 
-    void begin(std::string charset) { parser = std::make_unique<XmlParser>(std::move(charset)); }
+    void Begin(std::string charset) { parser = std::make_unique<XmlParser>(std::move(charset)); }
 
-    bool feed(std::string_view bytes) {
+    bool Feed(std::string_view bytes) {
         if (parser->Feed(bytes)) return true;
         Complete(XmlParseError(parser->Error()));
         return false;
     }
 
     // The closing parse has an event of its own, so that an owner that waits sees the states in between.
-    void received() {
+    void Received() {
         state = kLoaded;
         transfer.reset();
         file.reset();
-        later([this] {
+        Later([this] {
             state = kParsing;
-            later([this] { close(); });
+            Later([this] { Close(); });
         });
     }
 
-    void close() {
+    void Close() {
         tree = parser->Finish();
         Complete(XmlParseError(parser->Error()));
     }

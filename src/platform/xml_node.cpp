@@ -73,31 +73,31 @@ public:
     std::vector<Step> Steps() {
         std::vector<Step> steps;
         do {
-            if (!steps.empty() && steps.back().is_attribute) fail();
-            steps.push_back(step());
-        } while (accept("/"));
-        if (!rest_.empty()) fail();
+            if (!steps.empty() && steps.back().is_attribute) Fail();
+            steps.push_back(NextStep());
+        } while (Accept("/"));
+        if (!rest_.empty()) Fail();
         return steps;
     }
 
 private:
-    Step step() {
+    Step NextStep() {
         Step step;
-        step.is_attribute = accept("@");
-        step.name = name();
-        if (!step.is_attribute && accept("[@")) {
-            step.filter_attribute = name();
-            accept(" ");
-            expect("=");
-            accept(" ");
-            expect("\"");
-            step.filter_value = take(rest_.find('"'));
-            expect("\"]");
+        step.is_attribute = Accept("@");
+        step.name = Name();
+        if (!step.is_attribute && Accept("[@")) {
+            step.filter_attribute = Name();
+            Accept(" ");
+            Expect("=");
+            Accept(" ");
+            Expect("\"");
+            step.filter_value = Take(rest_.find('"'));
+            Expect("\"]");
         }
         return step;
     }
 
-    std::string_view name() {
+    std::string_view Name() {
         const auto is_letter = [](char c) {
             return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c < 0;
         };
@@ -106,24 +106,24 @@ private:
                (is_letter(rest_[length]) ||
                 (length > 0 && std::string_view("0123456789.-:").find(rest_[length]) != rest_.npos)))
             ++length;
-        if (length == 0) fail();
-        return take(length);
+        if (length == 0) Fail();
+        return Take(length);
     }
 
-    bool accept(std::string_view text) {
+    bool Accept(std::string_view text) {
         if (!rest_.starts_with(text)) return false;
         rest_.remove_prefix(text.size());
         return true;
     }
-    void expect(std::string_view text) {
-        if (!accept(text)) fail();
+    void Expect(std::string_view text) {
+        if (!Accept(text)) Fail();
     }
-    std::string_view take(std::size_t length) {
+    std::string_view Take(std::size_t length) {
         const auto taken = rest_.substr(0, length);
         rest_.remove_prefix(taken.size());
         return taken;
     }
-    [[noreturn]] void fail() const {
+    [[noreturn]] void Fail() const {
         throw RunTimeError(error_number::kInvalidProcedureCall, "", "Not a path: " + std::string(path_));
     }
 

@@ -133,16 +133,16 @@ XmlParser::XmlParser(std::string charset)
 
 bool XmlParser::Feed(std::string_view bytes) {
     if (error_.error_code != 0) return false;
-    if (started_) return push(bytes);
+    if (started_) return Push(bytes);
     first_bytes_.append(bytes);
-    return first_bytes_.size() < kSignatureLength || start();
+    return first_bytes_.size() < kSignatureLength || Start();
 }
 
 XmlTree XmlParser::Finish() {
-    if (error_.error_code != 0 || (!started_ && !start())) return nullptr;
-    if (!check(xmlParseChunk(context_.get(), nullptr, 0, 1))) return nullptr;
+    if (error_.error_code != 0 || (!started_ && !Start())) return nullptr;
+    if (!Check(xmlParseChunk(context_.get(), nullptr, 0, 1))) return nullptr;
     if (ExpandedEntitySize(*context_->myDoc) > HttpTransfer::kMaxBody) {
-        fail("The document's entities stand for more than 64 MiB of text");
+        Fail("The document's entities stand for more than 64 MiB of text");
         return nullptr;
     }
     return XmlTree(std::exchange(context_->myDoc, nullptr));
@@ -152,25 +152,25 @@ bool XmlParser::TakeNodes(std::size_t count) {
     nodes_ += count;
     if (nodes_ <= kMaxNodes) return true;
     xmlStopParser(context_.get());
-    return fail("The document has too many elements");
+    return Fail("The document has too many elements");
 }
 
-bool XmlParser::start() {
+bool XmlParser::Start() {
     started_ = true;
     const auto bytes = std::exchange(first_bytes_, {});
-    if (bytes.empty()) return fail("The document is empty");
+    if (bytes.empty()) return Fail("The document is empty");
     const auto [name, mark] = EncodingBySignature(bytes);
     if (SwitchEncoding(context_.get(), name.empty() ? charset_ : name))
         xmlCtxtUseOptions(context_.get(), kOptions | XML_PARSE_IGNORE_ENC);
-    return push(std::string_view(bytes).substr(mark));
+    return Push(std::string_view(bytes).substr(mark));
 }
 
-bool XmlParser::push(std::string_view bytes) {
+bool XmlParser::Push(std::string_view bytes) {
     while (!bytes.empty()) {
         const auto piece = bytes.substr(0, kPiece);
         bytes.remove_prefix(piece.size());
-        if (!check_unparsed(piece)) return false;
-        if (!check(xmlParseChunk(context_.get(), piece.data(), static_cast<int>(piece.size()), 0)))
+        if (!CheckUnparsed(piece)) return false;
+        if (!Check(xmlParseChunk(context_.get(), piece.data(), static_cast<int>(piece.size()), 0)))
             return false;
     }
     return true;
@@ -178,26 +178,26 @@ bool XmlParser::push(std::string_view bytes) {
 
 // The library handles a start tag and an internal subset as a whole, once its end has come, in time that
 // grows with the square of the number of attributes. Only before that can it be told to leave it.
-bool XmlParser::check_unparsed(std::string_view bytes) {
+bool XmlParser::CheckUnparsed(std::string_view bytes) {
     const auto unparsed = static_cast<std::size_t>(context_->input->end - context_->input->cur);
     if (context_->instate == XML_PARSER_DTD && unparsed > kMaxInternalSubset)
-        return fail("The document type is too large");
+        return Fail("The document type is too large");
     if (context_->instate != XML_PARSER_START_TAG || unparsed < kLongTag) {
         equal_signs_ = 0;
         return true;
     }
     equal_signs_ += static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), '='));
-    return equal_signs_ <= kMaxAttributes || fail("An element has too many attributes");
+    return equal_signs_ <= kMaxAttributes || Fail("An element has too many attributes");
 }
 
-bool XmlParser::check(int result) {
+bool XmlParser::Check(int result) {
     if (error_.error_code != 0) return false;
     // Where a bound of the library is exceeded it stops without calling the document not well-formed.
     if (result == 0 && context_->wellFormed && !context_->disableSAX) return true;
-    return fail();
+    return Fail();
 }
 
-bool XmlParser::fail(const char* own_reason) {
+bool XmlParser::Fail(const char* own_reason) {
     if (error_.error_code != 0) return false;
     const auto* error = own_reason ? nullptr : xmlCtxtGetLastError(context_.get());
     if (error && error->message) {

@@ -35,11 +35,11 @@ public:
     bool TakeNodes(std::size_t count);
 
 private:
-    bool start();
-    bool push(std::string_view bytes);
-    bool check_unparsed(std::string_view bytes);
-    bool fail(const char* own_reason = nullptr);
-    bool check(int result);
+    bool Start();
+    bool Push(std::string_view bytes);
+    bool CheckUnparsed(std::string_view bytes);
+    bool Fail(const char* own_reason = nullptr);
+    bool Check(int result);
 
     std::unique_ptr<xmlParserCtxt, XmlParserDeleter> context_;
     std::string charset_;

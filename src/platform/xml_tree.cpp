@@ -12,21 +12,21 @@ public:
     std::size_t Descendants(const xmlNode* top) {
         std::size_t size = 0;
         for (const auto* node = top->children; node; node = NextDescendant(node, top)) {
-            add(size, reference(*node));
+            Add(size, SizeOfReference(*node));
             if (node->type != XML_ELEMENT_NODE) continue;
             for (const auto* attribute = node->properties; attribute; attribute = attribute->next)
                 for (const auto* part = attribute->children; part; part = part->next)
-                    add(size, reference(*part));
+                    Add(size, SizeOfReference(*part));
         }
         return size;
     }
 
 private:
-    static void add(std::size_t& sum, std::size_t value) {
+    static void Add(std::size_t& sum, std::size_t value) {
         if (__builtin_add_overflow(sum, value, &sum)) sum = static_cast<std::size_t>(-1);
     }
 
-    std::size_t reference(const xmlNode& node) {
+    std::size_t SizeOfReference(const xmlNode& node) {
         if (node.type != XML_ENTITY_REF_NODE) return 0;
         const auto* entity = ReferencedEntity(node);
         if (!entity) return 0;
@@ -36,7 +36,7 @@ private:
             std::size_t size = Descendants(top);
             for (const auto* part = top->children; part; part = NextDescendant(part, top))
                 if (part->content && part->type != XML_ENTITY_REF_NODE)
-                    add(size, std::strlen(reinterpret_cast<const char*>(part->content)));
+                    Add(size, std::strlen(reinterpret_cast<const char*>(part->content)));
             known->second = size;
         }
         return known->second;
