@@ -62,27 +62,16 @@ void RequireRow(Connection& connection, const std::string& table, const std::str
         throw Failure(ExitStatus::kInputMissing, "there is no " + kind + " " + std::to_string(id));
 }
 
-// A transaction cannot be given up, but a savepoint inside it can.
-AllOrNothing::AllOrNothing(Connection& connection) : connection_(connection) {
-    connection_.BeginWrites();
-    connection_.Execute("SAVEPOINT AllOrNothing");
-}
+AllOrNothing::AllOrNothing(Connection& connection) : connection_(connection) { connection_.BeginWrites(); }
 
 AllOrNothing::~AllOrNothing() {
-    if (kept_) return;
-    IgnoringErrors([this](Statements& run) {
-        run([this] { connection_.Execute("ROLLBACK TO AllOrNothing"); });
-        run([this] { connection_.CommitWrites(); });
-    });
+    IgnoringErrors([this](Statements& run) { run([this] { connection_.RollbackWrites(); }); });
 }
 
-void AllOrNothing::Keep() {
-    kept_ = true;
-    connection_.CommitWrites();
-}
+void AllOrNothing::Keep() { connection_.CommitWrites(); }
 
 ExitStatus InitDatabase(const Context& context) {
-    const auto path = context.database.value_or(DefaultDatabase());
+    const auto path = context.database ? *context.database : ChosenDatabase();
     if (std::filesystem::exists(std::filesystem::symlink_status(path)))
         throw Failure(ExitStatus::kNotWritable, path + " is there already and is not touched");
     CreateDatabase(path);

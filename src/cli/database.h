@@ -45,7 +45,6 @@ public:
 
 private:
     Connection& connection_;
-    bool kept_ = false;
 };
 
 }  // namespace pellago::cli

@@ -23,8 +23,10 @@ std::optional<DateTime> DateOf(const Variant& value) {
 }
 
 Json JsonOf(const ChannelResult& channel) {
-    return {{"id", channel.id}, {"name", channel.name},     {"address", channel.address},
-            {"ok", channel.ok}, {"new", channel.new_items}, {"results", channel.codes}};
+    Json json{{"id", channel.id}, {"name", channel.name},     {"address", channel.address},
+              {"ok", channel.ok}, {"new", channel.new_items}, {"results", channel.codes}};
+    if (!channel.error.empty()) json["error"] = channel.error;
+    return json;
 }
 
 Json JsonOf(const std::optional<DateTime>& date) { return date ? Json(ColumnText(*date)) : Json(); }
@@ -67,14 +69,15 @@ RunReader::RunReader(const DE1& database)
     new_rows_["After"].value = IsNull(last) ? Variant(0) : last;
 }
 
-const ChannelResult& RunReader::AddCurrentChannel(RunRecord& record) {
+const ChannelResult& RunReader::AddCurrentChannel(RunRecord& record, const std::string& load_error) {
     auto& row = *database_.Recordsets("rsAllChannels");
     ChannelResult result{CLng(row.Value("ID")),
                          TextOf(row.Value("Channel"), "<no name>"),
                          TextOf(row.Value("httpRSSFile")),
                          {},
                          0,
-                         true};
+                         true,
+                         load_error};
     ReadNewRows(result);
     if (!result.ok) ++record.failed;
     record.new_items += result.new_items;
@@ -85,10 +88,13 @@ void RunReader::Finish(RunRecord& record) {
     // A session whose row could not be written has no key.
     IgnoringErrors([&](Statements& run) {
         run([&] {
-            auto& session = Sessions(database_);
-            record.session = CLng(session.Value("ID"));
-            record.start = DateOf(session.Value("StartTime"));
-            record.end = DateOf(session.Value("EndTime"));
+            record.session = CLng(Sessions(database_).Value("ID"));
+            // As they are stored: the row in hand also holds what could not be written.
+            Recordset stored(database_.CnnRSS(), database_.Recordsets("rsDownloadSessions")->Source());
+            stored.Open();
+            stored.Filter("ID = " + std::to_string(*record.session));
+            record.start = DateOf(stored.Value("StartTime"));
+            record.end = DateOf(stored.Value("EndTime"));
             ChannelResult of_the_run;
             ReadNewRows(of_the_run);
             record.nothing_matched = std::ranges::count(of_the_run.codes, result_code::kNothingToDo) > 0;

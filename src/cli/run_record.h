@@ -17,6 +17,7 @@ struct ChannelResult {
     std::vector<std::int32_t> codes;  ///< of the channel's log rows, in their order
     std::int32_t new_items = 0;
     bool ok = true;
+    std::string error;  ///< why the feed was not loaded
 };
 
 /// What a run has done, as the database tells it.
@@ -45,7 +46,7 @@ public:
     explicit RunReader(const DE1& database);
 
     /// Adds the channel that is the current row of rsAllChannels, when its log rows are written.
-    const ChannelResult& AddCurrentChannel(RunRecord& record);
+    const ChannelResult& AddCurrentChannel(RunRecord& record, const std::string& load_error);
     /// Adds what the run wrote of itself, when it has ended.
     void Finish(RunRecord& record);
 

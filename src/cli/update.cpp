@@ -10,6 +10,8 @@
 #include "infra/error_handler.h"
 #include "infra/process_objects.h"
 #include "live_display.h"
+#include "platform/message_box.h"
+#include "platform/message_loop.h"
 #include "platform/terminal_text.h"
 #include "platform/termination_signal.h"
 #include "run_record.h"
@@ -21,7 +23,7 @@ namespace {
 class UpdateVerb final : private CDBUpdateEvents {
 public:
     UpdateVerb(const Context& context, const UpdateOptions& options);
-    ~UpdateVerb() override { UseErrorDialog({}); }
+    ~UpdateVerb() override;
     UpdateVerb(const UpdateVerb&) = delete;
     UpdateVerb& operator=(const UpdateVerb&) = delete;
 
@@ -39,7 +41,9 @@ private:
     void InitDBObjects();
     void StartEngine();
     void Stop();
-    std::int32_t KeepReport(const std::string& report);
+    std::int32_t ShowReport(const std::string& report);
+    void KeepFailure(const ErrorInfo& error);
+    void ClearDisplay();
 
     void Draw();
     void Print(const ChannelResult& result);
@@ -62,7 +66,18 @@ private:
 UpdateVerb::UpdateVerb(const Context& context, const UpdateOptions& options)
     : context_(context), options_(options), database_(OpenDatabase(context)) {
     if (context.terminal && !options.json && !options.quiet) display_.emplace(context.out);
-    UseErrorDialog([this](const std::string& report, const std::string&) { return KeepReport(report); });
+    UseErrorDialog([this](const std::string& report, const std::string&) { return ShowReport(report); });
+    UseMessageBox([this](const MessageBoxRequest& request) {
+        ClearDisplay();
+        return PrintMessageBox(request);
+    });
+    database_->CnnRSS()->OnFailure([this](const ErrorInfo& error) { KeepFailure(error); });
+}
+
+UpdateVerb::~UpdateVerb() {
+    database_->CnnRSS()->OnFailure({});
+    UseMessageBox({});
+    UseErrorDialog({});
 }
 
 ExitStatus UpdateVerb::Run() {
@@ -77,14 +92,11 @@ ExitStatus UpdateVerb::Run() {
         signals_.reset();
     });
     StartEngine();
+    // A signal that came while the database was waited for.
+    DoEvents();
     signals_.reset();
     reader_->Finish(record_);
     record_.cancelled = engine_.Cancel();
-    if (!record_.session)
-        for (const auto& error : database_->CnnRSS()->Errors()) {
-            worst_error_ = std::max(worst_error_, StatusOf(error.number));
-            record_.errors.push_back(error.description);
-        }
     PrintEnd();
     return Status();
 }
@@ -120,17 +132,22 @@ void UpdateVerb::Stop() {
     engine_.Cancel(true);
 }
 
-// The user is told at once, in a line where the cause is outside the program; the answer is abort.
-std::int32_t UpdateVerb::KeepReport(const std::string& report) {
-    const auto status = StatusOf(gErrorHandler->ErrorNumber());
-    worst_error_ = std::max(worst_error_, status);
-    record_.errors.push_back(gErrorHandler->ErrorDescription());
-    if (display_) display_->Clear();
-    if (status == ExitStatus::kSomeFailed)
-        context_.err << TerminalText(report) << std::endl;
-    else
-        Complain(context_, gErrorHandler->ErrorDescription());
+std::int32_t UpdateVerb::ShowReport(const std::string& report) {
+    KeepFailure({gErrorHandler->ErrorNumber(), {}, gErrorHandler->ErrorDescription(), 0});
+    ClearDisplay();
+    context_.err << TerminalText(report) << std::endl;
     return 0;
+}
+
+// The engine goes on after most failures without a word; the user is told at the end.
+void UpdateVerb::KeepFailure(const ErrorInfo& error) {
+    worst_error_ = std::max(worst_error_, StatusOf(error.number));
+    if (std::ranges::find(record_.errors, error.description) == record_.errors.end())
+        record_.errors.push_back(error.description);
+}
+
+void UpdateVerb::ClearDisplay() {
+    if (display_) display_->Clear();
 }
 
 void UpdateVerb::OnStatusText(const std::string& text) {
@@ -155,7 +172,7 @@ void UpdateVerb::OnChannel(const std::string& name, std::int32_t index, std::int
 }
 
 void UpdateVerb::OnChannelDone(const Variant&, std::int32_t) {
-    const auto& result = reader_->AddCurrentChannel(record_);
+    const auto& result = reader_->AddCurrentChannel(record_, engine_.LoadError());
     progress_.new_items = record_.new_items;
     progress_.failed = record_.failed;
     Print(result);
@@ -172,26 +189,25 @@ void UpdateVerb::Print(const ChannelResult& result) {
     if (options_.json) return;
     const auto name = PlainLine(result.name);
     if (!result.ok) {
-        if (display_) display_->Clear();
+        ClearDisplay();
         (options_.quiet ? context_.err : context_.out)
-            << name << ": FAILED " << PlainLine(result.address) << std::endl;
+            << name << ": FAILED " << PlainLine(result.address)
+            << (result.error.empty() ? "" : ": " + PlainLine(result.error)) << std::endl;
     } else if (!display_ && !options_.quiet) {
         context_.out << name << ": " << result.new_items << " new" << std::endl;
     }
 }
 
 void UpdateVerb::PrintEnd() {
-    if (display_) display_->Clear();
+    ClearDisplay();
     if (options_.json)
         context_.out << RunDocument(record_);
-    else if (!options_.quiet && record_.nothing_matched && IsFullRun())
+    else if (!options_.quiet && record_.nothing_matched && IsFullRun() && record_.errors.empty())
         context_.out << "There is nothing to update: no provider is there and active.\n";
     else if (!options_.quiet && !record_.nothing_matched)
         context_.out << Summary(record_) << '\n';
-    if (!record_.session) {
-        Complain(context_, "the run could not be recorded in the database");
-        for (const auto& error : record_.errors) Complain(context_, error);
-    }
+    if (!record_.end) Complain(context_, "the run could not be recorded in the database");
+    for (const auto& error : record_.errors) Complain(context_, error);
     if (record_.nothing_matched && options_.provider)
         Complain(context_, "there is no provider " + std::to_string(*options_.provider));
     if (record_.nothing_matched && options_.channel)
@@ -200,9 +216,10 @@ void UpdateVerb::PrintEnd() {
 
 ExitStatus UpdateVerb::Status() const {
     if (stopped_) return ExitStatus::kStopped;
-    if (record_.nothing_matched) return IsFullRun() ? ExitStatus::kAllWell : ExitStatus::kInputMissing;
+    if (record_.nothing_matched && record_.errors.empty())
+        return IsFullRun() ? ExitStatus::kAllWell : ExitStatus::kInputMissing;
     if (worst_error_ != ExitStatus::kAllWell) return worst_error_;
-    return record_.failed > 0 || !record_.session ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
+    return record_.failed > 0 || !record_.end ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
 }
 
 }  // namespace

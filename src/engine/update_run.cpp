@@ -37,12 +37,16 @@ bool MoveNext(Statements& run, const std::shared_ptr<Recordset>& recordset) {
     });
 }
 
-/// Commits at the end of a scope that may be left by an abort: what has been stored stays.
+/// Commits at the end of a scope that may be left by an abort: what has been stored stays. What cannot be
+/// committed is given up, so that the lock is free.
 class CommitAtEnd final {
 public:
     explicit CommitAtEnd(Connection& connection) : connection_(connection) {}
     ~CommitAtEnd() {
-        IgnoringErrors([this](Statements& run) { run([this] { connection_.CommitWrites(); }); });
+        IgnoringErrors([this](Statements& run) {
+            run([this] { connection_.CommitWrites(); });
+            run([this] { connection_.RollbackWrites(); });
+        });
     }
     CommitAtEnd(const CommitAtEnd&) = delete;
     CommitAtEnd& operator=(const CommitAtEnd&) = delete;
@@ -68,6 +72,8 @@ void CDBUpdate::Cancel(bool cancel) {
     cancel_ = cancel;
     loader_->CancelLoading();
 }
+
+const std::string& CDBUpdate::LoadError() const { return loader_->LoadError(); }
 
 void CDBUpdate::ProvidersRecordSet(std::shared_ptr<Recordset> recordset) {
     providers_ = std::move(recordset);

@@ -17,7 +17,13 @@ clsChannel::~clsChannel() = default;
 
 bool clsChannel::Load(const std::string& address) {
     bool loaded = false;
-    IgnoringErrors([&](Statements& run) { loaded = run([&] { return LoadDocument(address); }); });
+    load_error_.clear();
+    RunStatements(
+        [this] {
+            load_error_ = Err().description;
+            return Decision::kIgnore;
+        },
+        [&](Statements& run) { loaded = run([&] { return LoadDocument(address); }); });
     timer_.reset();
     document_.reset();
     return loaded;
@@ -31,7 +37,11 @@ bool clsChannel::LoadDocument(const std::string& address) {
     load_cancelled_ = false;
     while (document_->ReadyState() != kComplete && !load_cancelled_) WaitForEvents();
     timer_.reset();
-    if (load_cancelled_ || document_->ParseError().error_code != 0) return false;
+    if (load_cancelled_) return false;
+    if (const auto& error = document_->ParseError(); error.error_code != 0) {
+        load_error_ = error.reason;
+        return false;
+    }
     ParseDocument(*document_);
     return true;
 }
@@ -53,13 +63,17 @@ void clsChannel::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
     if (document_ && document_->ReadyState() == kArriving) {
         document_->Abort();
         load_cancelled_ = true;
+        load_error_ = "The feed did not arrive within 60 seconds";
     }
     timer_.reset();
 }
 
 void clsChannel::CancelLoading() {
     IgnoringErrors([&](Statements& run) {
-        run([&] { load_cancelled_ = true; });
+        run([&] {
+            load_cancelled_ = true;
+            load_error_ = "The download was cancelled";
+        });
         run([&] {
             if (document_ && document_->ReadyState() == kArriving) document_->Abort();
         });

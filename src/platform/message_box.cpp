@@ -25,7 +25,10 @@ MessageBoxAnswer FirstButton(MessageBoxButtons buttons) {
 }  // namespace
 
 MessageBoxAnswer ShowMessageBox(const MessageBoxRequest& request) {
-    if (Shower()) return Shower()(request);
+    return Shower() ? Shower()(request) : PrintMessageBox(request);
+}
+
+MessageBoxAnswer PrintMessageBox(const MessageBoxRequest& request) {
     std::cerr << TerminalText(request.caption) << ": " << TerminalText(request.text) << '\n' << std::flush;
     return FirstButton(request.buttons);
 }

@@ -27,7 +27,9 @@ constexpr std::size_t kMaxNames = std::size_t{1} << 20U;             // bytes of
 constexpr std::size_t kMaxInternalSubset = std::size_t{256} << 10U;  // bytes
 constexpr std::size_t kLongTag = std::size_t{64} << 10U;             // bytes
 constexpr std::size_t kMaxAttributes = 10'000;                       // of a long tag
-constexpr std::size_t kPiece = 16384;                                // bytes a call
+constexpr std::size_t kMaxDefaults = 256;  // attributes that the internal subset declares
+constexpr int kMaxNamespaces = 256;        // in force at one place
+constexpr std::size_t kPiece = 16384;      // bytes a call
 
 constexpr std::size_t kSignatureLength = 4;
 
@@ -38,6 +40,11 @@ XmlParser& Parser(void* context) {
 void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
                     int namespace_count, const xmlChar** namespaces, int attribute_count, int defaulted,
                     const xmlChar** attributes) {
+    // The library looks each prefix up from the last declaration to the first, two entries each.
+    if (static_cast<xmlParserCtxt*>(context)->nsNr > 2 * kMaxNamespaces) {
+        Parser(context).Refuse("The document has too many namespaces");
+        return;
+    }
     auto nodes = static_cast<std::size_t>(1 + namespace_count + 2 * attribute_count);
     for (int index = 0; index < attribute_count; ++index) {
         const auto* value = attributes + 5 * index + 3;  // where it begins, where it ends
@@ -48,6 +55,13 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
                               defaulted, attributes);
 }
 
+// For every start tag the library compares all its defaults with each other.
+void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type, int use,
+                            const xmlChar* value, xmlEnumeration* values) {
+    Parser(context).TakeDefault();
+    xmlSAX2AttributeDecl(context, element, name, type, use, value, values);
+}
+
 void OnReference(void* context, const xmlChar* name) {
     if (Parser(context).TakeNodes(1)) xmlSAX2Reference(context, name);
 }
@@ -56,6 +70,7 @@ xmlSAXHandler MakeHandler() {
     xmlSAXHandler handler{};
     xmlSAXVersion(&handler, 2);
     handler.startElementNs = OnStartElement;
+    handler.attributeDecl = OnAttributeDeclaration;
     handler.reference = OnReference;
     handler.comment = nullptr;
     handler.processingInstruction = nullptr;
@@ -150,9 +165,16 @@ XmlTree XmlParser::Finish() {
 
 bool XmlParser::TakeNodes(std::size_t count) {
     nodes_ += count;
-    if (nodes_ <= kMaxNodes) return true;
+    return nodes_ <= kMaxNodes || Refuse("The document has too many elements");
+}
+
+void XmlParser::TakeDefault() {
+    if (++defaults_ > kMaxDefaults) Refuse("The document type declares too many attributes");
+}
+
+bool XmlParser::Refuse(const char* reason) {
     xmlStopParser(context_.get());
-    return Fail("The document has too many elements");
+    return Fail(reason);
 }
 
 bool XmlParser::Start() {

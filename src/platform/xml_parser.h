@@ -31,8 +31,13 @@ public:
 
     const XmlParseError& Error() const { return error_; }
 
-    /// Counts nodes about to be made; false ends the parse. For the callbacks of the library.
+    // For the callbacks of the library:
+    /// Counts nodes about to be made; false ends the parse.
     bool TakeNodes(std::size_t count);
+    /// Counts an attribute declaration, likewise.
+    void TakeDefault();
+    /// Ends the parse with that error; false.
+    bool Refuse(const char* reason);
 
 private:
     bool Start();
@@ -47,6 +52,7 @@ private:
     bool started_ = false;
     std::size_t equal_signs_ = 0;
     std::size_t nodes_ = 0;
+    std::size_t defaults_ = 0;
     XmlParseError error_;
 };
 

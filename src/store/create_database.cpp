@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -58,8 +59,9 @@ void CreateDatabase(const std::string& path) {
     connection.DataSource(draft.Path());
     MakeTables(connection);
     connection.Close();
-    // Unlike a rename, a link never takes the place of a file that came there meanwhile.
-    if (link(draft.Path().c_str(), path.c_str()) != 0) RaiseNotMade(path, errno);
+    // Never in the place of a file that came there meanwhile.
+    if (renameat2(AT_FDCWD, draft.Path().c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0)
+        RaiseNotMade(path, errno);
 }
 
 }  // namespace pellago

@@ -75,12 +75,13 @@ std::shared_ptr<Recordset> DE1::Recordsets(const std::string& name) const {
 
 void DE1::CnnRSS_WillConnect() {
     Guarded("Corvane.DE1.CnnRSS_WillConnect", [&](Statements& run) {
-        run([&] {
-            connection_->DataSource(
-                CStr(gAppSettings->GetSetting("Settings", "RSSDS", Variant(DefaultDatabase()))));
-        });
+        run([&] { connection_->DataSource(ChosenDatabase()); });
         run([&] { gAppSettings->SaveSetting("Settings", "RSSDS", Variant(connection_->DataSource())); });
     });
+}
+
+std::string ChosenDatabase() {
+    return CStr(gAppSettings->GetSetting("Settings", "RSSDS", Variant(DefaultDatabase())));
 }
 
 std::string DefaultDatabase() { return JoinPath(ProgramFolder(), "RSS.MDB"); }

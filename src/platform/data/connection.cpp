@@ -36,29 +36,32 @@ void Connection::State::RecordFailure() {
     if (write_timer != 0 && !database->InTransaction()) {
         EndBatch();
         error.description += " What was not yet committed is lost.";
+        lost_batch = RunTimeError(error.number, error.source, error.description);
     }
     errors.push_back(error);
+    if (on_failure) on_failure(error);
     throw RunTimeError(error.number, error.source, error.description);
 }
 
 void Connection::State::EndBatch() { KillTimer(std::exchange(write_timer, 0)); }
 
 void Connection::State::Commit() {
+    Run("COMMIT");
     EndBatch();
-    try {
-        Run("COMMIT");
-    } catch (const RunTimeError&) {
-        database->Rollback();
-        throw;
-    }
 }
 
 void Connection::State::CommitLate() {
     try {
         Commit();
     } catch (const RunTimeError& error) {
-        lost_commit = error;
+        Rollback();
+        lost_batch = error;
     }
+}
+
+void Connection::State::Rollback() {
+    database->Rollback();
+    EndBatch();
 }
 
 Connection::Connection() : state_(std::make_unique<State>()) {}
@@ -97,6 +100,7 @@ void Connection::Close() {
     try {
         CommitWrites();
     } catch (const RunTimeError&) {
+        RollbackWrites();
         state_->database.reset();
         throw;
     }
@@ -136,12 +140,20 @@ void Connection::BeginWrites() {
 
 void Connection::CommitWrites() {
     if (HoldsWrites()) state_->Commit();
-    if (const auto lost = std::exchange(state_->lost_commit, std::nullopt)) throw *lost;
+    if (state_->lost_batch) throw RunTimeError(*state_->lost_batch);
+}
+
+void Connection::RollbackWrites() {
+    if (HoldsWrites()) state_->Rollback();
+    state_->lost_batch.reset();
 }
 
 bool Connection::HoldsWrites() const { return state_->write_timer != 0; }
 
 const std::vector<ErrorInfo>& Connection::Errors() const { return state_->errors; }
 void Connection::ClearErrors() { state_->errors.clear(); }
+void Connection::OnFailure(std::function<void(const ErrorInfo& error)> observer) {
+    state_->on_failure = std::move(observer);
+}
 
 }  // namespace pellago

@@ -18,10 +18,11 @@ struct Connection::State {
     std::function<void()> will_connect;
     std::function<void()> connected;
     std::function<void(std::string_view)> on_statement;
+    std::function<void(const ErrorInfo&)> on_failure;
     std::vector<ErrorInfo> errors;
     std::shared_ptr<data::Database> database;  ///< null while closed
     std::int32_t write_timer = 0;              ///< runs exactly while the write lock is held
-    std::optional<RunTimeError> lost_commit;   ///< of a batch that the timer could not commit
+    std::optional<RunTimeError> lost_batch;    ///< why a batch is no more that its owner has not committed
 
     /// The statement of that text, prepared once while the connection is open.
     data::Statement& Prepared(const std::string& sql);
@@ -32,6 +33,7 @@ struct Connection::State {
     void RunAll(std::string_view sql);
     void Commit();
     void CommitLate();
+    void Rollback();
     void EndBatch();
 
     /// Runs `action` and remembers its failure among the errors.

@@ -62,7 +62,8 @@ public:
     bool OnlyActive() const { return only_active_; }
     void OnlyActive(bool only_active) { only_active_ = only_active; }
 
-    /// Setting it true stops the feed being loaded at once and the run after the present channel.
+    /// Setting it true stops the feed being loaded at once and the run after the present channel. A load that
+    /// begins later, in the same channel, is not stopped.
     bool Cancel() const { return cancel_; }
     void Cancel(bool cancel);
 
@@ -82,6 +83,9 @@ public:
     void ItemSearchFullCommand(std::shared_ptr<Command> command) { search_full_ = std::move(command); }
     const std::shared_ptr<Command>& ItemAddCommand() const { return add_item_; }
     void ItemAddCommand(std::shared_ptr<Command> command) { add_item_ = std::move(command); }
+
+    /// Why the last channel's feed was not loaded; empty when it was. For OnChannelError and OnChannelDone.
+    const std::string& LoadError() const;
 
     void Update();
     void UpdateOnlyOneProvider(std::int32_t provider_id);

@@ -45,6 +45,8 @@ public:
     /// document arrived within 60 seconds and nobody cancelled; a document of an unknown format has no items.
     /// False leaves the channel as it was. One load at a time.
     bool Load(const std::string& address);
+    /// Why the last Load returned false; empty when it returned true.
+    const std::string& LoadError() const { return load_error_; }
     /// Breaks off a pending Load, which then returns false. May be called at any time.
     void CancelLoading();
 
@@ -78,6 +80,7 @@ private:
     std::string image_url_;
 
     bool load_cancelled_ = false;
+    std::string load_error_;
     std::unique_ptr<XmlDocument> document_;
     std::unique_ptr<cTimer> timer_;
 };

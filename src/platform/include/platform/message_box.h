@@ -39,8 +39,11 @@ struct MessageBoxRequest {
 };
 
 /// Shows a message box and waits for the answer. In a program without windows: the text on stderr, and the
-/// first button.
+/// first button (PrintMessageBox).
 MessageBoxAnswer ShowMessageBox(const MessageBoxRequest& request);
+
+/// The box of a program without windows.
+MessageBoxAnswer PrintMessageBox(const MessageBoxRequest& request);
 
 /// Makes boxes be shown by `show`; an empty function brings the one without windows back.
 void UseMessageBox(std::function<MessageBoxAnswer(const MessageBoxRequest& request)> show);

@@ -42,5 +42,7 @@ private:
 
 /// Where the news database is when no setting names one.
 std::string DefaultDatabase();
+/// Where it is: what setting "RSSDS" says, by default DefaultDatabase().
+std::string ChosenDatabase();
 
 }  // namespace pellago

@@ -63,14 +63,18 @@ public:
     /// BeginWrites again before its next write, and a failure of that commit is thrown by CommitWrites. Needs
     /// a message loop.
     void BeginWrites();
-    /// Commits what was written since BeginWrites and frees the lock; on failure nothing of it is kept, and
-    /// the lock is free all the same.
+    /// Commits what was written since BeginWrites and frees the lock. After a failure it may be called again:
+    /// the writes are kept, or, where the library or the 100 ms gave them up, it fails again.
     void CommitWrites();
+    /// Gives up what was written since BeginWrites, and a failure of its commit.
+    void RollbackWrites();
     bool HoldsWrites() const;
 
     /// The errors of the statements that failed since the last ClearErrors, oldest first.
     const std::vector<ErrorInfo>& Errors() const;
     void ClearErrors();
+    /// Called for each failure of a statement, also for those that nobody reports further.
+    void OnFailure(std::function<void(const ErrorInfo& error)> observer);
 
     /// Called before each statement is run, BEGIN and COMMIT included, ROLLBACK not, with its text; what it
     /// throws becomes the statement's failure. For tests and diagnosis.
