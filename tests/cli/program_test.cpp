@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <pty.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,6 +8,7 @@
 #include <thread>
 
 #include "cli_fixture.h"
+#include "support/child.h"
 #include "support/http_server.h"
 
 namespace pellago::test {
@@ -16,46 +16,19 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
-using testing::Not;
 
-/// The real program as a process; its output goes to `output`, a descriptor.
-class Process final {
-public:
-    Process(const std::vector<std::string>& arguments, int output) : id_(fork()) {
-        if (id_ == 0) Become(arguments, output);
-    }
-    ~Process() {
-        if (id_ > 0) {
-            kill(id_, SIGKILL);
-            waitpid(id_, nullptr, 0);
-        }
-    }
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-
-    void Signal(int signal) const { kill(id_, signal); }
-
-    /// The exit status; minus the signal's number when one ended it.
-    int Wait() {
-        int status = 0;
-        waitpid(std::exchange(id_, -1), &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    }
-
-private:
-    [[noreturn]] static void Become(const std::vector<std::string>& arguments, int output) {
+/// The real program; its output goes to `output`, a descriptor.
+Child Program(std::vector<std::string> arguments, int output) {
+    return Child([&] {
         std::string program = PELLAGO_BIN "/pellago";
         std::vector<char*> argv{program.data()};
-        auto copies = arguments;
-        for (auto& argument : copies) argv.push_back(argument.data());
+        for (auto& argument : arguments) argv.push_back(argument.data());
         argv.push_back(nullptr);
         dup2(output, STDOUT_FILENO);
         execv(program.c_str(), argv.data());
         _exit(127);
-    }
-
-    pid_t id_;
-};
+    });
+}
 
 class Descriptor final {
 public:
@@ -71,26 +44,13 @@ private:
 
 class AProgram : public ACommandLine {
 protected:
-    Descriptor OutputFile(const std::string& name) const {
-        return Descriptor(open((folder_ / name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    }
-
     void Subscribe(const std::string& path) {
-        ASSERT_EQ(Run({"import",
-                       File("list.opml", Opml("<outline text=\"P\" xmlUrl=\"" + server_.Url(path) + "\"/>"))})
-                      .status,
-                  0);
-    }
-
-    bool WaitForRequest(const std::string& path, std::size_t count) const {
-        for (int attempt = 0; attempt < 1000; ++attempt) {
-            if (server_.Requests(path) >= count) return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
+        const auto list = Opml("<outline text=\"P\" xmlUrl=\"" + server_.Url(path) + "\"/>");
+        ASSERT_EQ(Run({"import", File("list.opml", list)}).status, 0);
     }
 
     HttpServer server_;
+    const std::string out_ = folder_ / "out";
 };
 
 TEST_F(AProgram, StoppedByCtrlCEndsTheRunProperly) {
@@ -98,15 +58,18 @@ TEST_F(AProgram, StoppedByCtrlCEndsTheRunProperly) {
     Subscribe("/stalled");
     std::size_t requests = 0;
     for (const int signal : {SIGINT, SIGTERM}) {
-        const auto output = OutputFile("out");
-        Process update({"update"}, output);
-        ASSERT_TRUE(WaitForRequest("/stalled", ++requests));
+        const Descriptor output(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        auto update = Program({"update"}, output);
+        ++requests;
+        for (int attempt = 0; attempt < 1000 && server_.Requests("/stalled") < requests; ++attempt)
+            std::this_thread::sleep_for(10ms);
+        ASSERT_EQ(server_.Requests("/stalled"), requests);
         const auto start = std::chrono::steady_clock::now();
         update.Signal(signal);
 
         EXPECT_EQ(update.Wait(), 130);
         EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
-        EXPECT_THAT(ReadFile(folder_ / "out"), HasSubstr(", stopped\n"));
+        EXPECT_THAT(ReadFile(out_), HasSubstr(", stopped\n"));
     }
     EXPECT_EQ(Ask("SELECT COUNT(*) FROM DownloadLog WHERE Result = 7 AND Channel = 0"), "2");
     EXPECT_EQ(Ask("SELECT COUNT(*) FROM DownloadSessions WHERE EndTime IS NULL"), "0");
@@ -115,10 +78,10 @@ TEST_F(AProgram, StoppedByCtrlCEndsTheRunProperly) {
 TEST_F(AProgram, RunTwiceAtOnceStoresNothingTwice) {
     server_.Answer("/feed", {.body = Feed("F", "http://f.example/", 2000), .delay = 300ms});
     Subscribe("/feed");
-    const auto output = OutputFile("out");
+    const Descriptor output(open("/dev/null", O_WRONLY | O_CLOEXEC));
 
-    Process first({"update"}, output);
-    Process second({"update"}, output);
+    auto first = Program({"update"}, output);
+    auto second = Program({"update"}, output);
     EXPECT_EQ(first.Wait(), 0);
     EXPECT_EQ(second.Wait(), 0);
 
@@ -137,9 +100,9 @@ TEST_F(AProgram, WhoseReaderGoesAwayEndsQuietlyAndAFullDiskIsAnError) {
     const Descriptor pipe(ends[1]);
     const Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
 
-    EXPECT_EQ(Process({"news", "--limit", "2000"}, pipe).Wait(), 0);
-    EXPECT_EQ(Process({"news", "--limit", "2000"}, full).Wait(), 77);
-    EXPECT_EQ(Process({"update", "--json"}, full).Wait(), 77);
+    EXPECT_EQ(Program({"news", "--limit", "2000"}, pipe).Wait(), 0);
+    EXPECT_EQ(Program({"news", "--limit", "2000"}, full).Wait(), 77);
+    EXPECT_EQ(Program({"update", "--json"}, full).Wait(), 77);
 }
 
 TEST_F(AProgram, OnATerminalShowsALiveDisplayAndTakesItAway) {
@@ -152,7 +115,7 @@ TEST_F(AProgram, OnATerminalShowsALiveDisplayAndTakesItAway) {
     ASSERT_EQ(openpty(&terminal, &program_side, nullptr, nullptr, &size), 0);
     const Descriptor reading(terminal);
     auto writing = std::make_optional<Descriptor>(program_side);
-    Process update({"update"}, *writing);
+    auto update = Program({"update"}, *writing);
     writing.reset();
 
     std::string shown;

@@ -26,16 +26,6 @@ struct Owner : iTimer {
     std::function<void()> on_tick;
 };
 
-TEST(Timer, TellsTheTimeSinceItsStart) {
-    Owner owner;
-    cTimer timer;
-    timer.start(20, owner);
-    ASSERT_TRUE(WaitUntil([&] { return owner.ticks.size() >= 4; }));
-    EXPECT_GE(owner.ticks[0], 19);
-    EXPECT_LT(owner.ticks[0], 60);
-    EXPECT_GE(owner.ticks[3], 79);
-}
-
 TEST(Timer, LosesTheTicksThatComeWhileItsOwnerIsInsideOne) {
     Owner owner;
     cTimer timer;
@@ -48,52 +38,34 @@ TEST(Timer, LosesTheTicksThatComeWhileItsOwnerIsInsideOne) {
     EXPECT_TRUE(WaitUntil([&] { return owner.ticks.size() >= 3; }));
 }
 
-TEST(Timer, StopsWhenItIsReleasedAlsoFromInsideATick) {
-    Owner owner;
-    std::optional<cTimer> timer(std::in_place);
-    owner.on_tick = [&] { timer.reset(); };
-    timer->start(5, owner);
-    ASSERT_TRUE(WaitUntil([&] { return !owner.ticks.empty(); }));
-    PumpFor(50ms);
-    EXPECT_EQ(owner.ticks.size(), 1U);
-}
-
-TEST(Timer, FiresNoMoreOnceItsOwnerIsGone) {
-    struct Counter : iTimer {
-        explicit Counter(int& count) : count_(count) {}
-        void iTimer_Fire(std::int32_t) override { ++count_; }
-        int& count_;
-    };
-    int count = 0;
-    cTimer timer;
-    std::optional<Counter> owner(std::in_place, count);
-    timer.start(5, *owner);
-    ASSERT_TRUE(WaitUntil([&] { return count > 0; }));
-    owner.reset();
-    count = 0;
-    PumpFor(50ms);
-    EXPECT_EQ(count, 0);
-}
-
-TEST(Timer, StartedTwiceRunsTwiceUntilItIsReleased) {
+TEST(Timer, StartedTwiceRunsTwiceUntilItIsReleasedAlsoFromInsideATick) {
     Owner owner;
     std::optional<cTimer> timer(std::in_place);
     timer->start(40, owner);
     timer->start(40, owner);
     PumpFor(220ms);
-    EXPECT_GE(owner.ticks.size(), 8U);
-    timer.reset();
+    ASSERT_GE(owner.ticks.size(), 8U);
+    EXPECT_GE(owner.ticks[7], 159) << "since its start";
     owner.ticks.clear();
+    owner.on_tick = [&] { timer.reset(); };
     PumpFor(100ms);
-    EXPECT_TRUE(owner.ticks.empty());
+    EXPECT_EQ(owner.ticks.size(), 1U);
 }
 
-TEST(Timer, GoesOnAfterATickThatFailed) {
-    Owner owner;
+TEST(Timer, GoesOnAfterATickThatFailedAndFiresNoMoreOnceItsOwnerIsGone) {
+    int count = 0;
     cTimer timer;
-    owner.on_tick = [] { throw std::runtime_error("failed"); };
-    timer.start(5, owner);
-    EXPECT_TRUE(WaitUntil([&] { return owner.ticks.size() >= 2; }));
+    std::optional<Owner> owner(std::in_place);
+    owner->on_tick = [&] {
+        ++count;
+        throw std::runtime_error("failed");
+    };
+    timer.start(5, *owner);
+    ASSERT_TRUE(WaitUntil([&] { return count >= 2; }));
+    owner.reset();
+    const int before = count;
+    PumpFor(50ms);
+    EXPECT_EQ(count, before);
 }
 
 }  // namespace

@@ -8,19 +8,14 @@
 namespace pellago {
 namespace {
 
-TEST(DateTime, CountsFromTheZeroDate) {
+TEST(DateTime, CountsFromTheZeroDateAndRollsOver) {
     EXPECT_EQ(ColumnText(DateTime()), "1899-12-30 00:00:00");
-    EXPECT_EQ(ComposeDate(1899, 12, 30).Seconds(), 0);
     EXPECT_EQ(ColumnText(ComposeDate(100, 1, 1)), "0100-01-01 00:00:00");
     EXPECT_EQ(ColumnText(ComposeDate(1899, 12, 29, 23, 59, 59)), "1899-12-29 23:59:59");
-}
-
-TEST(DateTime, RollsOver) {
     EXPECT_EQ(ComposeDate(2003, 13, 1), ComposeDate(2004, 1, 1));
     EXPECT_EQ(ComposeDate(2003, 0, 1), ComposeDate(2002, 12, 1));
     EXPECT_EQ(ComposeDate(2003, 3, 0), ComposeDate(2003, 2, 28));
-    EXPECT_EQ(ComposeDate(2003, 6, 10, 24), ComposeDate(2003, 6, 11));
-    EXPECT_EQ(ComposeDate(2003, 6, 10, 0, 60), ComposeDate(2003, 6, 10, 1));
+    EXPECT_EQ(ComposeDate(2003, 6, 10, 23, 60), ComposeDate(2003, 6, 11));
 }
 
 TEST(DateTime, HoldsTheYears100To9999) {

@@ -1,13 +1,14 @@
 #include "platform/process.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
 
 #include "platform/message_box.h"
 #include "platform/terminal_text.h"
+#include "support/child.h"
 #include "support/support.h"
 
 namespace pellago {
@@ -31,49 +32,36 @@ TEST(ProgramFolder, IsTheNamedOneElseTheExecutablesWhileThatIsWritable) {
 TEST(ProgramFolder, IsTheUsersDataFolderWhereTheExecutablesIsNotWritable) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become a user who may not write there";
     const test::TempDir folder;
-    ASSERT_EQ(chmod(folder.Path().c_str(), 0777), 0);
+    fs::permissions(folder.Path(), fs::perms::all);
     const test::EnvVar home("PELLAGO_HOME", std::nullopt);
     const test::EnvVar data_home("XDG_DATA_HOME", folder / "data");
-    constexpr uid_t kNobody = 65534;
-    EXPECT_EXIT(
-        {
-            const bool nobody = setuid(kNobody) == 0;
-            const bool right =
-                ProgramFolder() == folder / "data/pellago" && fs::is_directory(ProgramFolder());
-            _exit(nobody && right ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
-}
-
-TEST(UserFolder, PassesOverARelativePath) {
-    const test::EnvVar home("HOME", "/home/someone");
-    const test::EnvVar config("XDG_CONFIG_HOME", "relative");
-    EXPECT_EQ(UserFolder("XDG_CONFIG_HOME", ".config"), "/home/someone/.config");
+    test::Child nobody([&] {
+        const bool right = setuid(65534) == 0 && ProgramFolder() == folder / "data/pellago" &&
+                           fs::is_directory(ProgramFolder());
+        _exit(right ? 0 : 1);
+    });
+    EXPECT_EQ(nobody.Wait(), 0);
 }
 
 TEST(TerminalText, LetsNoControlCharacterThrough) {
-    EXPECT_EQ(TerminalText("a\r\n\tb\n\xC3\xA4"), "a\n\tb\n\xC3\xA4");
-    EXPECT_EQ(TerminalText("\x1B[2J\rx\x7F"), "\xE2\x90\x9B[2J\xE2\x90\x8Dx\xE2\x90\xA1");
-    EXPECT_EQ(TerminalText("\xC2\x9B"
-                           "31m\xC2\xA0"),
-              "\xEF\xBF\xBD"
-              "31m\xC2\xA0");
-    EXPECT_EQ(TerminalText("\x9B"
-                           "31m"),
-              "\xEF\xBF\xBD"
-              "31m");
-    EXPECT_EQ(TerminalText(std::string(1, '\0')), "\xE2\x90\x80");
+    using namespace std::string_literals;
+    for (const auto& [text, shown] : std::map<std::string, std::string>{
+             {"a\r\n\tb\n\u00e4", "a\n\tb\n\u00e4"},
+             {"\x1B[2J\rx\x7F", "\u241b[2J\u240dx\u2421"},
+             {"\xC2\x9B;31m\u00a0", "\uFFFD;31m\u00a0"},
+             {"\x9B;31m", "\uFFFD;31m"},
+             {"\0"s, "\u2400"},
+         })
+        EXPECT_EQ(TerminalText(text), shown);
 }
 
 TEST(MessageBox, WithoutWindowsPrintsTheTextAndTakesTheFirstButton) {
     testing::internal::CaptureStderr();
     const auto abort = ShowMessageBox({"It failed\x1B", "Pellago", MessageBoxButtons::kAbortRetryIgnore});
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Pellago: It failed\xE2\x90\x9B\n");
+    const auto yes = ShowMessageBox({"", "", MessageBoxButtons::kYesNo});
+    EXPECT_EQ(testing::internal::GetCapturedStderr().substr(0, 22), "Pellago: It failed\u241b\n");
     EXPECT_EQ(abort, MessageBoxAnswer::kAbort);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(ShowMessageBox({"", "", MessageBoxButtons::kYesNo}), MessageBoxAnswer::kYes);
-    EXPECT_EQ(ShowMessageBox({"", "", MessageBoxButtons::kRetryCancel}), MessageBoxAnswer::kRetry);
-    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(yes, MessageBoxAnswer::kYes);
 }
 
 }  // namespace

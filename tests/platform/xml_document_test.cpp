@@ -6,7 +6,6 @@
 #include <chrono>
 
 #include "platform/run_time_error.h"
-#include "support/gzip.h"
 #include "support/http_server.h"
 #include "support/support.h"
 #include "support/wait_until.h"
@@ -15,6 +14,7 @@ namespace pellago {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using test::HttpServer;
 using test::PumpFor;
 using test::TempDir;
@@ -27,8 +27,15 @@ using testing::Not;
 
 class AnXmlDocument : public testing::Test {
 protected:
-    /// Error code 0 or the reason.
-    std::string Outcome(XmlDocument& document) {
+    AnXmlDocument() {
+        server.Answer("/a", {.body = "<a>x</a>"});
+        test::WriteFile(folder / "a.xml", "<a>x</a>");
+    }
+
+    /// The reason of the error, empty without one.
+    std::string OutcomeOf(const std::string& address) {
+        XmlDocument document;
+        document.Load(address);
         if (!WaitUntil([&] { return document.ReadyState() == 4; })) return "did not end";
         const auto& error = document.ParseError();
         EXPECT_EQ(error.error_code == 0, document.DocumentElement().has_value());
@@ -36,19 +43,11 @@ protected:
         return error.reason;
     }
 
-    std::string Load(const std::string& address) {
-        XmlDocument document;
-        document.Load(address);
-        return Outcome(document);
-    }
-
     TempDir folder;
     HttpServer server;
 };
 
 TEST_F(AnXmlDocument, LetsAWaitSeeTheStatesBeforeItIsComplete) {
-    server.Answer("/a", {.body = "<a>x</a>"});
-    test::WriteFile(folder / "a.xml", "<a>x</a>");
     for (const auto& address : {server.Url("/a"), folder / "a.xml"}) {
         XmlDocument document;
         EXPECT_EQ(document.ReadyState(), 0);
@@ -62,64 +61,35 @@ TEST_F(AnXmlDocument, LetsAWaitSeeTheStatesBeforeItIsComplete) {
         }));
         EXPECT_THAT(states, AnyOf(ElementsAre(1, 2, 3, 4), ElementsAre(1, 2, 4), ElementsAre(1, 3, 4)))
             << address;
-        EXPECT_EQ(Outcome(document), "");
+        ASSERT_TRUE(document.DocumentElement());
         EXPECT_EQ(document.DocumentElement()->Text(), "x");
     }
-}
-
-TEST_F(AnXmlDocument, IsTakenFromAllKindsOfAddresses) {
-    const auto path = folder / "a b\u00e4.xml";
-    const auto encoded = folder / "a%20b%C3%A4.xml";
-    test::WriteFile(path, "<a/>");
-    server.Answer("/a", {.body = "<a/>"});
-    for (const auto& address :
-         {path, "file://" + encoded, "file:" + encoded, "FILE://localhost" + encoded + "#top",
-          "file://" + path, std::filesystem::relative(path).string(), " " + server.Url("/a") + "\n"})
-        EXPECT_EQ(Load(address), "") << address;
 }
 
 TEST_F(AnXmlDocument, FailsOnAddressesThatHoldNoDocument) {
     const auto fifo = folder / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     test::WriteFile(folder / "empty", "");
-    for (const std::string& address :
-         {std::string(), std::string("ftp://127.0.0.1/a"), std::string("javascript:1"), folder / "missing",
-          folder / "empty", folder.Path().string(), fifo, std::string("/dev/zero"), "file://elsewhere" + fifo,
-          std::string("file:///a%00b"), std::string("file:///a%zz"), std::string("file:"),
-          server.Url("/missing")})
-        EXPECT_THAT(Load(address), Not(IsEmpty())) << address;
-}
-
-TEST_F(AnXmlDocument, FailsWhenTheBodyIsNotWhole) {
-    const std::string text = "<a>" + std::string(40'000, 'x') + "</a>";
-    const auto gzip = test::Gzip(text);
-    server.Answer("/a", {.body = text, .cut_after = text.size() - 1});
-    EXPECT_THAT(Load(server.Url("/a")), Not(IsEmpty()));
-    server.Answer("/a",
-                  {.body = text, .framing = test::Reply::Framing::kClose, .cut_after = text.size() - 1});
-    EXPECT_THAT(Load(server.Url("/a")), Not(IsEmpty()));
-    server.Answer("/a",
+    const auto gzip = test::Gzip("<a>" + std::string(40'000, 'x') + "</a>");
+    server.Answer("/cut",
                   {.headers = {{"Content-Encoding", "gzip"}}, .body = gzip.substr(0, gzip.size() - 20)});
-    EXPECT_THAT(Load(server.Url("/a")), Not(IsEmpty()));
-    server.Answer("/a", {.headers = {{"Content-Encoding", "gzip"}}, .body = gzip});
-    EXPECT_EQ(Load(server.Url("/a")), "");
+    server.Answer("/open", {.body = "<a></a>", .framing = test::Reply::Framing::kClose, .cut_after = 6});
+    for (const auto& address :
+         {""s, "ftp://127.0.0.1/a"s, "javascript:1"s, folder / "missing", folder / "empty",
+          folder.Path().string(), fifo, "/dev/zero"s, "file://elsewhere" + fifo, "file:///a%00b"s,
+          "file:///a%zz"s, "file:"s, server.Url("/missing"), server.Url("/cut"), server.Url("/open")})
+        EXPECT_THAT(OutcomeOf(address), Not(IsEmpty())) << address;
 }
 
 TEST_F(AnXmlDocument, StopsTheTransferOfWhatIsNoXml) {
-    server.Answer("/endless",
-                  {.body = "<html><p><br></html>" + std::string(65536, ' '), .repeat = 1'000'000});
-    XmlDocument document;
-    document.Load(server.Url("/endless"));
-    EXPECT_THAT(Outcome(document), HasSubstr("mismatch"));
+    server.Answer("/long", {.body = "<html><p><br></html>" + std::string(50'000'000, ' ')});
+    EXPECT_THAT(OutcomeOf(server.Url("/long")), HasSubstr("mismatch"));
     EXPECT_TRUE(WaitUntil([&] { return server.OpenConnections() == 0; }));
 }
 
 TEST_F(AnXmlDocument, IsCompleteAtOnceWhenAbortedInAnyState) {
-    server.Answer("/a", {.body = "<a/>"});
-    test::WriteFile(folder / "a.xml", "<a/>");
-    for (const auto& address : {server.Url("/a"), folder / "a.xml", std::string("ftp://x/")}) {
+    for (const auto& address : {server.Url("/a"), folder / "a.xml"}) {
         for (const int state : {1, 2}) {
-            if (address.starts_with("ftp") && state > 1) continue;
             SCOPED_TRACE(address + " from state " + std::to_string(state));
             XmlDocument document;
             document.Load(address);
@@ -161,9 +131,9 @@ TEST_F(AnXmlDocument, CanBeAbortedAndDestroyedFromANestedEvent) {
 }
 
 TEST_F(AnXmlDocument, ReadsTheBytesOfALargeFileInManyEvents) {
-    std::string text = "<a>";
+    std::string text;
     for (int item = 0; item < 100'000; ++item) text += "<item><title>Title</title></item>\n";
-    test::WriteFile(folder / "large.xml", text + "</a>");
+    test::WriteFile(folder / "large.xml", "<a>" + text + "</a>");
     XmlDocument document;
     document.Load(folder / "large.xml");
     int passes = 0;

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <map>
+
 #include "platform/run_time_error.h"
 #include "platform/xml_document.h"
 #include "support/support.h"
@@ -31,48 +33,33 @@ private:
     std::unique_ptr<XmlDocument> document_;
 };
 
-TEST_F(AnXmlNode, HasItsNameAsWritten) {
-    const auto prefixed = Root("<rdf:RDF xmlns:rdf='urn:r' xmlns='urn:d'><a x:b='1'/></rdf:RDF>");
-    EXPECT_EQ(prefixed.NodeName(), "rdf:RDF");
-    EXPECT_EQ(prefixed.BaseName(), "RDF");
-    EXPECT_EQ(prefixed.SelectSingleNode("a/@x:b")->NodeName(), "x:b");
-    const auto undeclared = Root("<dc:date/>");
-    EXPECT_EQ(undeclared.NodeName(), "dc:date");
-    EXPECT_EQ(undeclared.BaseName(), "date");
-}
-
-TEST_F(AnXmlNode, IsFoundByTheNameAsWritten) {
+TEST_F(AnXmlNode, IsTheFirstMatchOfTheWholePathByNamesAsWritten) {
     const auto root = Root(
         "<a xmlns='urn:d' xmlns:p='urn:d'><p:title>prefixed</p:title><q:title>undeclared</q:title>"
-        "<Title>other case</Title><title>plain</title><p:link p:href='x' href='y'/></a>");
-    EXPECT_EQ(Text(root, "title"), "plain");
-    EXPECT_EQ(Text(root, "p:title"), "prefixed");
-    EXPECT_EQ(Text(root, "q:title"), "undeclared");
-    EXPECT_EQ(Text(root, "d:title"), "nothing");
-    EXPECT_EQ(Text(root, "p:link/@href"), "y");
-    EXPECT_EQ(Text(root, "p:link/@p:href"), "x");
-}
-
-TEST_F(AnXmlNode, IsTheFirstMatchOfTheWholePath) {
-    const auto root = Root(
-        "<a><b><image><url/></image><image><title>in b</title></image></b><image/>"
+        "<Title>other case</Title><title>plain</title><p:link p:href='x' href='y'/>"
+        "<b><image><url/></image><image><title>in b</title></image></b><image/>"
         "<image><x><title>too deep</title></x></image><image><title>1</title><title>2</title></image>"
-        "<image><title>3</title></image></a>");
-    EXPECT_EQ(Text(root, "image/title"), "1");
-    EXPECT_EQ(Text(root, "b/image/title"), "in b");
-    EXPECT_EQ(Text(root, "image/link"), "nothing");
+        "<image><title>3</title></image><link type='text/plain' href='p'/><link href='none'/>"
+        "<link type='text/html'/><link type='text/html' href='&#10; h&amp;1 '/>"
+        "<link type='text/html' href='h2'/></a>");
+    for (const auto& [path, text] : std::map<std::string, std::string>{
+             {"title", "plain"},
+             {"p:title", "prefixed"},
+             {"q:title", "undeclared"},
+             {"d:title", "nothing"},
+             {"p:link/@href", "y"},
+             {"p:link/@p:href", "x"},
+             {"image/title", "1"},
+             {"b/image/title", "in b"},
+             {"image/link", "nothing"},
+             {"link[@type = \"text/html\"]/@href", "h&1"},
+             {"link[@type=\"text/plain\"]/@href", "p"},
+             {"link[@type = \"text\"]/@href", "nothing"},
+         })
+        EXPECT_EQ(Text(root, path), text) << path;
     std::vector<std::string> titles;
     for (const auto& title : root.SelectNodes("image/title")) titles.push_back(title.Text());
     EXPECT_THAT(titles, ElementsAre("1", "2", "3"));
-}
-
-TEST_F(AnXmlNode, IsFoundByAnAttribute) {
-    const auto root = Root(
-        "<a><link type='text/plain' href='p'/><link href='none'/><link type='text/html'/>"
-        "<link type='text/html' href='&#10; h&amp;1 '/><link type='text/html' href='h2'/></a>");
-    EXPECT_EQ(Text(root, "link[@type = \"text/html\"]/@href"), "h&1");
-    EXPECT_EQ(Text(root, "link[@type=\"text/plain\"]/@href"), "p");
-    EXPECT_EQ(Text(root, "link[@type = \"text\"]/@href"), "nothing");
     EXPECT_EQ(root.SelectNodes("link[@type = \"text/html\"]").size(), 3U);
 }
 

@@ -1,18 +1,20 @@
 #pragma once
 
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <exception>
 #include <functional>
+#include <utility>
 
 namespace pellago::test {
 
-/// Runs `action` in a process of its own, which ends with it.
+/// Runs `action` in a process of its own, which ends with it, or is killed with the object.
 class Child final {
 public:
-    explicit Child(const std::function<void()>& action) : process_(fork()) {
-        if (process_ != 0) return;
+    explicit Child(const std::function<void()>& action) : id_(fork()) {
+        if (id_ != 0) return;
         try {
             action();
         } catch (const std::exception&) {
@@ -20,13 +22,25 @@ public:
         }
         _exit(0);
     }
-    bool Succeeded() {
+    ~Child() {
+        if (id_ <= 0) return;
+        Signal(SIGKILL);
+        Wait();
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    void Signal(int signal) const { kill(id_, signal); }
+
+    /// The exit status; minus the signal's number when one ended it.
+    int Wait() {
         int status = 0;
-        return waitpid(process_, &status, 0) == process_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        waitpid(std::exchange(id_, -1), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
 
 private:
-    pid_t process_;
+    pid_t id_;
 };
 
 }  // namespace pellago::test

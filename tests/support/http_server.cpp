@@ -6,11 +6,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <list>
 #include <map>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <thread>
@@ -20,29 +22,30 @@ namespace {
 
 /// An answer as it goes over the wire.
 struct Route {
-    explicit Route(Reply answer) : reply(std::move(answer)) {
-        std::string wire_head = "HTTP/1.1 " + std::to_string(reply.status) + " Status\r\n";
-        for (const auto& [name, value] : reply.headers) wire_head += name + ": " + value + "\r\n";
-        const auto length = reply.declared_length.value_or(reply.body.size() * reply.repeat);
+    explicit Route(const Reply& reply)
+        : closes(reply.framing == Reply::Framing::kClose || reply.cut_after),
+          stall(reply.stall),
+          delay(reply.delay),
+          pause_per_byte(reply.pause_per_byte) {
+        const bool chunked = reply.framing == Reply::Framing::kChunked;
+        std::ostringstream lines;
+        lines << "HTTP/1.1 " << reply.status << " Status\r\n";
+        for (const auto& [name, value] : reply.headers) lines << name << ": " << value << "\r\n";
         if (reply.framing == Reply::Framing::kLength)
-            wire_head += "Content-Length: " + std::to_string(length) + "\r\n";
-        if (reply.framing == Reply::Framing::kChunked) wire_head += "Transfer-Encoding: chunked\r\n";
-        if (Closes()) wire_head += "Connection: close\r\n";
-        head = wire_head + "\r\n";
-        piece = reply.framing == Reply::Framing::kChunked ? Chunk(reply.body) : reply.body;
-        if (reply.framing == Reply::Framing::kChunked) tail = "0\r\n\r\n";
+            lines << "Content-Length: " << reply.body.size() << "\r\n";
+        if (chunked) lines << "Transfer-Encoding: chunked\r\n";
+        if (closes) lines << "Connection: close\r\n";
+        head = lines.str() + "\r\n";
+        std::ostringstream size;
+        size << std::hex << reply.body.size();
+        body = chunked ? size.str() + "\r\n" + reply.body + "\r\n0\r\n\r\n" : reply.body;
+        body.resize(reply.cut_after.value_or(body.size()));
     }
 
-    static std::string Chunk(const std::string& bytes) {
-        std::array<char, 20> size{};
-        std::snprintf(size.data(), size.size(), "%zx\r\n", bytes.size());
-        return bytes.empty() ? "" : size.data() + bytes + "\r\n";
-    }
-
-    bool Closes() const { return reply.framing == Reply::Framing::kClose; }
-
-    Reply reply;
-    std::string head, piece, tail;
+    std::string head, body;
+    bool closes, stall;
+    std::chrono::milliseconds delay;
+    std::chrono::microseconds pause_per_byte;
 };
 
 struct Path {
@@ -63,11 +66,6 @@ bool SendAll(int socket, std::string_view bytes) {
         bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
     return true;
-}
-
-std::string_view Target(std::string_view request) {
-    const auto first = request.find(' ') + 1;
-    return request.substr(first, request.find(' ', first) - first);
 }
 
 int Listen(sockaddr_in& address) {
@@ -114,20 +112,10 @@ struct HttpServer::State {
             if (socket < 0) continue;
             const int on = 1;
             setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-            ReapConnections();
-            ++accepted;
             auto& connection = connections.emplace_back();
             connection.socket = socket;
             connection.thread = std::thread([this, &connection] { Serve(connection); });
         }
-    }
-
-    void ReapConnections() {
-        connections.remove_if([](Connection& connection) {
-            if (connection.socket >= 0) return false;
-            connection.thread.join();
-            return true;
-        });
     }
 
     void Serve(Connection& connection) {
@@ -153,36 +141,22 @@ struct HttpServer::State {
     /// False when the connection is to end.
     bool AnswerRequest(int socket, const std::string& request) {
         const auto route = Register(request);
-        const auto& reply = route->reply;
-        if (reply.stall) return Pause(std::chrono::hours(24));
-        if (reply.delay.count() > 0 && !Pause(reply.delay)) return false;
+        if (route->stall) return Pause(std::chrono::hours(24));
+        if (route->delay.count() > 0 && !Pause(route->delay)) return false;
         if (!SendAll(socket, route->head)) return false;
-        if (reply.pause_per_byte.count() > 0) return Trickle(socket, *route);
-        std::size_t left = reply.cut_after.value_or(std::string::npos);
-        const auto send_up_to_cut = [&](std::string_view bytes) {
-            bytes = bytes.substr(0, left);
-            if (left != std::string::npos) left -= bytes.size();
-            return SendAll(socket, bytes) && left > 0;
-        };
-        for (std::size_t copy = 0; copy < reply.repeat; ++copy)
-            if (!send_up_to_cut(route->piece)) return false;
-        return send_up_to_cut(route->tail) && !reply.cut_after && !route->Closes();
+        if (route->pause_per_byte.count() == 0) return SendAll(socket, route->body) && !route->closes;
+        for (const char byte : route->body)
+            if (!Pause(route->pause_per_byte) || !SendAll(socket, {&byte, 1})) return false;
+        return !route->closes;
     }
 
     std::shared_ptr<const Route> Register(const std::string& request) {
-        static const auto not_found = std::make_shared<const Route>(Reply{.status = 404});
+        const auto target = request.find(' ') + 1;
         const std::lock_guard lock(mutex);
-        auto& path = paths[std::string(Target(request))];
+        auto& path = paths[request.substr(target, request.find(' ', target) - target)];
         ++path.requests;
-        ++requests;
         path.last_request = request;
-        return path.route ? path.route : not_found;
-    }
-
-    bool Trickle(int socket, const Route& route) {
-        for (const char byte : route.piece)
-            if (!Pause(route.reply.pause_per_byte) || !SendAll(socket, {&byte, 1})) return false;
-        return SendAll(socket, route.tail) && !route.Closes();
+        return path.route ? path.route : std::make_shared<const Route>(Reply{.status = 404});
     }
 
     /// False when the server was stopped meanwhile.
@@ -191,13 +165,11 @@ struct HttpServer::State {
         return !wake.wait_for(lock, time, [this] { return stopping; });
     }
 
-    mutable std::mutex mutex;
+    std::mutex mutex;
     std::condition_variable wake;
     bool stopping = false;
     std::map<std::string, Path> paths;
     std::list<Connection> connections;
-    std::size_t accepted = 0;
-    std::size_t requests = 0;
     sockaddr_in address{};
     int listener;
     std::thread acceptor;
@@ -208,8 +180,8 @@ Reply Redirect(const std::string& location) { return {.status = 302, .headers = 
 HttpServer::HttpServer() : state_(std::make_unique<State>()) {}
 HttpServer::~HttpServer() = default;
 
-void HttpServer::Answer(const std::string& path, Reply reply) {
-    auto route = std::make_shared<const Route>(std::move(reply));
+void HttpServer::Answer(const std::string& path, const Reply& reply) {
+    auto route = std::make_shared<const Route>(reply);
     const std::lock_guard lock(state_->mutex);
     state_->paths[path].route = std::move(route);
 }
@@ -220,31 +192,23 @@ std::string HttpServer::Url(const std::string& path) const {
 
 std::size_t HttpServer::Requests(const std::string& path) const {
     const std::lock_guard lock(state_->mutex);
-    const auto found = state_->paths.find(path);
-    return found == state_->paths.end() ? 0 : found->second.requests;
-}
-
-std::size_t HttpServer::Requests() const {
-    const std::lock_guard lock(state_->mutex);
-    return state_->requests;
+    return state_->paths[path].requests;
 }
 
 std::size_t HttpServer::Connections() const {
     const std::lock_guard lock(state_->mutex);
-    return state_->accepted;
+    return state_->connections.size();
 }
 
 std::size_t HttpServer::OpenConnections() const {
     const std::lock_guard lock(state_->mutex);
-    std::size_t open = 0;
-    for (const auto& connection : state_->connections) open += connection.socket >= 0 ? 1 : 0;
-    return open;
+    return static_cast<std::size_t>(
+        std::ranges::count_if(state_->connections, [](const auto& each) { return each.socket >= 0; }));
 }
 
 std::string HttpServer::LastRequest(const std::string& path) const {
     const std::lock_guard lock(state_->mutex);
-    const auto found = state_->paths.find(path);
-    return found == state_->paths.end() ? "" : found->second.last_request;
+    return state_->paths[path].last_request;
 }
 
 }  // namespace pellago::test

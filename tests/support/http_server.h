@@ -14,16 +14,14 @@ namespace pellago::test {
 struct Reply {
     enum class Framing {
         kLength,   ///< Content-Length, connection kept alive
-        kChunked,  ///< chunked transfer coding, connection kept alive
+        kChunked,  ///< one chunk, connection kept alive
         kClose,    ///< neither: the body ends with the connection
     };
 
     int status = 200;
     std::vector<std::pair<std::string, std::string>> headers = {};
     std::string body = {};
-    std::size_t repeat = 1;  ///< the body is this many copies of `body`, made while sending
     Framing framing = Framing::kLength;
-    std::optional<std::size_t> declared_length = std::nullopt;  ///< Content-Length, where it is a lie
     std::optional<std::size_t> cut_after = std::nullopt;  ///< bytes after the head, then the connection ends
     std::chrono::milliseconds delay{0};                   ///< before the first byte
     std::chrono::microseconds pause_per_byte{0};          ///< before each byte of the body
@@ -43,13 +41,11 @@ public:
     HttpServer& operator=(const HttpServer&) = delete;
 
     /// Sets or replaces the answer to a path (query included); also while clients are connected.
-    void Answer(const std::string& path, Reply reply);
+    void Answer(const std::string& path, const Reply& reply);
 
     std::string Url(const std::string& path) const;
 
     std::size_t Requests(const std::string& path) const;
-    /// Requests for all paths together.
-    std::size_t Requests() const;
     /// Connections accepted so far.
     std::size_t Connections() const;
     /// Connections that are open now.

@@ -40,4 +40,11 @@ void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
     if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
 }
 
+std::string Gzip(const std::string& bytes) {
+    const TempDir folder;
+    WriteFile(folder / "bytes", bytes);
+    if (std::system(("gzip -n " + (folder / "bytes")).c_str()) != 0) throw std::runtime_error("no gzip");
+    return ReadFile(folder / "bytes.gz");
+}
+
 }  // namespace pellago::test

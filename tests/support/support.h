@@ -37,4 +37,7 @@ private:
 std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, const std::string& bytes);
 
+/// `bytes` as the gzip program packs them.
+std::string Gzip(const std::string& bytes);
+
 }  // namespace pellago::test
