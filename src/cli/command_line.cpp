@@ -230,7 +230,10 @@ std::variant<CommandLine, ExitStatus> ParseCommandLine(std::vector<std::string> 
         grammar.App().exit(help_or_version, context.out, context.err);
         return ExitStatus::kAllWell;
     } catch (const CLI::ParseError& error) {
-        Complain(context, error.what());
+        // The library says that a verb is required before it says that it does not know one.
+        const auto unknown = grammar.App().remaining();
+        const bool is_unknown_verb = !unknown.empty() && dynamic_cast<const CLI::RequiredError*>(&error);
+        Complain(context, is_unknown_verb ? "there is no verb " + unknown.front() : error.what());
         context.err << "Run pellago --help, or --help after a verb.\n";
         return ExitStatus::kUsage;
     }

@@ -80,6 +80,7 @@ const ChannelResult& RunReader::AddCurrentChannel(RunRecord& record, const std::
                          load_error};
     ReadNewRows(result);
     if (!result.ok) ++record.failed;
+    if (!result.ok && result.error.empty()) result.error = "items could not be stored";
     record.new_items += result.new_items;
     return record.channels.emplace_back(std::move(result));
 }

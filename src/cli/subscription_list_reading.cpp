@@ -63,7 +63,8 @@ public:
 private:
     void ReadFolder(const XmlNode& outline, const ListedProvider& around) {
         ListedProvider folder{NameOf(outline), PageOf(outline), IsActive(outline), {}};
-        if (folder.name.empty()) return ReadOutlines(outline, around);
+        const bool is_feed_without_address = !Attribute(outline, "type").empty();
+        if (folder.name.empty() || is_feed_without_address) return ReadOutlines(outline, around);
         if (!outline.SelectSingleNode("outline")) ProviderLike(folder);
         ReadOutlines(outline, folder);
     }

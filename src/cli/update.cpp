@@ -14,10 +14,13 @@
 #include "platform/message_loop.h"
 #include "platform/terminal_text.h"
 #include "platform/termination_signal.h"
+#include "platform/thread_timer.h"
 #include "run_record.h"
 
 namespace pellago::cli {
 namespace {
+
+constexpr std::int32_t kRedrawInterval = 200;  // milliseconds
 
 /// One run of the engine, shown to the user as was asked.
 class UpdateVerb final : private CDBUpdateEvents {
@@ -35,7 +38,6 @@ private:
     void OnProvider(const std::string& name, std::int32_t index, std::int32_t count) override;
     void OnChannel(const std::string& name, std::int32_t index, std::int32_t count) override;
     void OnChannelDone(const Variant& name, std::int32_t channel_id) override;
-    void OnTimer(std::int32_t seconds) override;
 
     bool IsFullRun() const { return !options_.provider && !options_.channel; }
     void InitDBObjects();
@@ -58,6 +60,7 @@ private:
     RunRecord record_;
     Progress progress_;
     std::optional<LiveDisplay> display_;
+    std::int32_t redraw_timer_ = 0;
     std::optional<OnTerminationSignal> signals_;
     ExitStatus worst_error_ = ExitStatus::kAllWell;
     bool stopped_ = false;
@@ -65,7 +68,11 @@ private:
 
 UpdateVerb::UpdateVerb(const Context& context, const UpdateOptions& options)
     : context_(context), options_(options), database_(OpenDatabase(context)) {
-    if (context.terminal && !options.json && !options.quiet) display_.emplace(context.out);
+    if (context.terminal && !options.json && !options.quiet) {
+        display_.emplace(context.out);
+        // What was not drawn because it came too soon, and the clock.
+        redraw_timer_ = SetTimer(kRedrawInterval, [this](std::uint32_t) { Draw(); });
+    }
     UseErrorDialog([this](const std::string& report, const std::string&) { return ShowReport(report); });
     UseMessageBox([this](const MessageBoxRequest& request) {
         ClearDisplay();
@@ -75,6 +82,7 @@ UpdateVerb::UpdateVerb(const Context& context, const UpdateOptions& options)
 }
 
 UpdateVerb::~UpdateVerb() {
+    KillTimer(redraw_timer_);
     database_->CnnRSS()->OnFailure({});
     UseMessageBox({});
     UseErrorDialog({});
@@ -178,8 +186,6 @@ void UpdateVerb::OnChannelDone(const Variant&, std::int32_t) {
     Print(result);
     Draw();
 }
-
-void UpdateVerb::OnTimer(std::int32_t) { Draw(); }
 
 void UpdateVerb::Draw() {
     if (display_) display_->Show(progress_);

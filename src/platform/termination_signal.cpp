@@ -14,7 +14,7 @@
 namespace pellago {
 namespace {
 
-constexpr std::array kSignals{SIGINT, SIGTERM};
+constexpr std::array kSignals{SIGHUP, SIGINT, SIGTERM};
 
 volatile sig_atomic_t write_end = -1;
 

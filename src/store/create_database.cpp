@@ -32,7 +32,7 @@ public:
     }
     ~DraftFile() {
         std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
+        for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(path_ + suffix, ignored);
     }
     DraftFile(const DraftFile&) = delete;
     DraftFile& operator=(const DraftFile&) = delete;

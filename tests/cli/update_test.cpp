@@ -41,14 +41,17 @@ TEST_F(AnUpdate, PrintsALineForEachChannelAndASummary) {
 
     const auto first = Run({"update"});
     EXPECT_EQ(first.status, 1);
-    EXPECT_EQ(first.out, "Good: 3 new\nDead: FAILED " + server_.Url("/dead") +
-                             "\nEmpty: 0 new\n3 channels, 1 failed, 3 new items\n");
+    EXPECT_EQ(
+        first.out,
+        "Good: 3 new\nDead: FAILED " + server_.Url("/dead") +
+            ": The requested URL returned error: 500\nEmpty: 0 new\n3 channels, 1 failed, 3 new items\n");
     EXPECT_EQ(first.err, "");
 
     const auto quiet = Run({"update", "--quiet"});
     EXPECT_EQ(quiet.status, 1);
     EXPECT_EQ(quiet.out, "");
-    EXPECT_EQ(quiet.err, "Dead: FAILED " + server_.Url("/dead") + "\n");
+    EXPECT_EQ(quiet.err,
+              "Dead: FAILED " + server_.Url("/dead") + ": The requested URL returned error: 500\n");
 
     Run({"channel", "disable", "2"});
     EXPECT_EQ(Run({"update"}).out, "Good: 0 new\nEmpty: 0 new\n2 channels, 0 failed, 0 new items\n");

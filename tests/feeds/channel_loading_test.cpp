@@ -56,8 +56,10 @@ TEST_F(LoadingAFeed, ThatFailsLeavesTheChannelAsItWas) {
     server_.Answer("/gone.xml", {.status = 404, .body = kFeed});
     server_.Answer("/broken.xml", {.body = "<rss><channel><title>broken</title>"});
     ASSERT_TRUE(channel_.Load(server_.Url("/good.xml")));
-    for (const char* path : {"/gone.xml", "/broken.xml"})
+    for (const char* path : {"/gone.xml", "/broken.xml"}) {
         EXPECT_FALSE(channel_.Load(server_.Url(path))) << path;
+        EXPECT_NE(channel_.LoadError(), "") << path;
+    }
     for (const char* address : {"", "/nowhere/feed.xml", "ftp://127.0.0.1/feed.xml"})
         EXPECT_FALSE(channel_.Load(address)) << address;
     EXPECT_EQ(channel_.Title(), "fresh");
@@ -79,6 +81,7 @@ TEST_F(LoadingAFeed, TimesOutWhileDataArrivesAndNotAfterwards) {
     cTimer timer;
     timer.start(50, channel_);
     EXPECT_FALSE(channel_.Load(server_.Url("/stalled.xml")));
+    EXPECT_EQ(channel_.LoadError(), "The feed did not arrive within 60 seconds");
     server_.Answer("/good.xml", {.body = kFeed});
     channel_.iTimer_Fire(60'000);
     EXPECT_TRUE(channel_.Load(server_.Url("/good.xml"))) << "a time-out without a load is nothing";

@@ -178,6 +178,10 @@ TEST_F(AnXmlText, IsRefusedFastWhereItIsABomb) {
         {"too many attributes", "<a " + Numbered(300'000, "b", "='' ") + "/>"},
         {"too large a document type",
          "<!DOCTYPE a [" + Numbered(100'000, "<!ATTLIST a b", " CDATA ''>") + "]><a/>"},
+        {"defaults for every element", "<!DOCTYPE a [<!ATTLIST b " + Numbered(17'000, "c", " CDATA '' ") +
+                                           ">]><a>" + Repeated(84, "<b/>") + "</a>"},
+        {"too many namespaces",
+         "<a " + Numbered(4'900, "xmlns:n", "='u' ") + ">" + Repeated(400'000, "<n1:b/>") + "</a>"},
         {"larger than 64 MiB", "<a>" + std::string(HttpTransfer::kMaxBody, 'x') + "</a>"},
     };
     for (const auto& [name, bytes] : cases) {

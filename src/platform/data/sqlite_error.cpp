@@ -36,10 +36,10 @@ RunTimeError StatementFailure(const std::string& path, sqlite3* database, int co
         case SQLITE_READONLY:
         case SQLITE_PERM:
         case SQLITE_CANTOPEN:
+        case SQLITE_FULL:
             return Failure(data_error::kNotWritable, database_name + " cannot be written: " + reason + ".");
         case SQLITE_CONSTRAINT:
             return Failure(data_error::kConstraint, reason);
-        case SQLITE_FULL:
         case SQLITE_IOERR:
             return Failure(data_error::kStatementFailed, database_name + " failed: " + reason + ".");
         default:

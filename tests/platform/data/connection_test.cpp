@@ -60,21 +60,35 @@ TEST_F(AConnection, HoldsTheWriteLockUntilItCommitsOrWaitsForTheUser) {
     AddCar();
     connection->OnStatement([](std::string_view) { throw RunTimeError(1, "", "disk gone"); });
     ASSERT_TRUE(WaitUntil([&] { return !connection->HoldsWrites(); }));
+    // What is lost stays lost, however often somebody tries again.
+    EXPECT_EQ(ThrownBy([&] { connection->CommitWrites(); }).text, "disk gone");
     EXPECT_EQ(ThrownBy([&] { connection->CommitWrites(); }).text, "disk gone");
     EXPECT_EQ(CommittedCars(), Variant(5));
+    connection->RollbackWrites();
     EXPECT_EQ(ThrownBy([&] { connection->CommitWrites(); }).number, 0);
 }
 
-TEST_F(AConnection, FreesTheLockWhenACommitFails) {
+TEST_F(AConnection, CanCommitAgainAfterACommitThatFailedOrGiveItUp) {
+    std::vector<std::string> failures;
+    connection->OnFailure([&](const ErrorInfo& error) { failures.push_back(error.description); });
     connection->BeginWrites();
     AddCar();
-    connection->OnStatement([](std::string_view sql) {
+    const auto fail = [](std::string_view sql) {
         if (sql == "COMMIT") throw RunTimeError(1, "", "no");
-    });
+    };
+    connection->OnStatement(fail);
     EXPECT_EQ(ThrownBy([&] { connection->CommitWrites(); }).text, "no");
-    EXPECT_FALSE(connection->HoldsWrites());
     connection->OnStatement({});
-    Connect()->Execute("INSERT INTO Cars (Name) VALUES ('Eel')");
+    connection->CommitWrites();
+    EXPECT_EQ(CommittedCars(), Variant(4));
+    connection->BeginWrites();
+    AddCar();
+    connection->OnStatement(fail);
+    EXPECT_EQ(ThrownBy([&] { connection->CommitWrites(); }).text, "no");
+    connection->RollbackWrites();
+    connection->OnStatement({});
+    EXPECT_THAT(failures, testing::ElementsAre("no", "no"));
+    EXPECT_EQ(ThrownBy([&] { Connect()->Execute("UPDATE Cars SET Name = 'Eel'"); }).text, "");
     EXPECT_EQ(CommittedCars(), Variant(4));
     connection->BeginWrites();
     AddCar();
@@ -89,14 +103,14 @@ TEST_F(AConnection, BeginsAnewAfterTheDatabaseRolledBack) {
     connection->Scalar("PRAGMA max_page_count = " + std::to_string(pages));
     const auto thrown =
         ThrownBy([&] { connection->Execute("INSERT INTO Cars (Name) VALUES (hex(zeroblob(20000)))"); });
-    EXPECT_EQ(thrown.number, data_error::kStatementFailed);
+    EXPECT_EQ(thrown.number, data_error::kNotWritable);
     EXPECT_THAT(thrown.text, HasSubstr("full"));
     EXPECT_THAT(thrown.text, HasSubstr("is lost"));
     EXPECT_FALSE(connection->HoldsWrites());
     connection->BeginWrites();
     AddCar();
-    connection->CommitWrites();
-    EXPECT_EQ(CommittedCars(), Variant(4));
+    EXPECT_THAT(ThrownBy([&] { connection->CommitWrites(); }).text, HasSubstr("is lost"));
+    EXPECT_EQ(CommittedCars(), Variant(4)) << "what came afterwards is kept";
 }
 
 TEST_F(AConnection, ReadsWhatItCannotWrite) {
