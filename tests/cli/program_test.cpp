@@ -112,7 +112,8 @@ TEST_F(AProgram, OnATerminalShowsALiveDisplayAndTakesItAway) {
     int terminal = -1;
     int program_side = -1;
     const winsize size{24, 20, 0, 0};
-    if (openpty(&terminal, &program_side, nullptr, nullptr, &size) != 0) GTEST_SKIP() << "no pseudo-terminals";
+    if (openpty(&terminal, &program_side, nullptr, nullptr, &size) != 0)
+        GTEST_SKIP() << "no pseudo-terminals";
     const Descriptor reading(terminal);
     auto writing = std::make_optional<Descriptor>(program_side);
     auto update = Program({"update"}, *writing);

@@ -125,6 +125,22 @@ TEST_F(AnUpdate, ThatCannotWriteItsRowsOrItsSessionIsNoSuccess) {
     EXPECT_THAT(session.err, HasSubstr("could not be recorded"));
 }
 
+TEST_F(AnUpdate, WhoseFailuresTheEnginePassesOverIsNoSuccess) {
+    Subscribe();
+    Change(
+        "CREATE TRIGGER NoEnd BEFORE UPDATE OF EndTime ON DownloadSessions BEGIN SELECT RAISE(FAIL, 'no "
+        "end'); END");
+    const auto end = Run({"update", "--json"});
+    EXPECT_EQ(end.status, 1);
+    EXPECT_EQ(Json::parse(end.out)["end"], Json());
+    EXPECT_THAT(end.err, HasSubstr("no end"));
+
+    RejectRowsOf("DownloadLog");
+    const auto nothing = Run({"update", "--provider", "77"});
+    EXPECT_EQ(nothing.status, 1);
+    EXPECT_THAT(nothing.err, HasSubstr("pellago: no"));
+}
+
 TEST_F(AnUpdate, LetsNoControlCharacterOfAFeedThrough) {
     server_.Answer("/feed", {.body = Feed("T&#155;31m&#127;&#8238;", "http://x.example/&#157;&#8294;", 1)});
     Import("<outline text=\"P&#155;\">" + Outline("/feed") + Outline("/missing&#x9b;") + "</outline>");
