@@ -74,7 +74,7 @@ std::string FileAddress(const fs::path& path) {
 }
 
 std::string FeedAddress(std::string_view text, const fs::path& folder) {
-    const auto address = WithoutFeedScheme(Trimmed(text));
+    auto address = WithoutFeedScheme(Trimmed(text));
     if (address.empty() || HasScheme(address)) return address;
     // Lists name files by address ("my%20feed.xml") and by name ("my feed.xml", "100%.xml").
     std::error_code ignored;

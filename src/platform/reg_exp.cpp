@@ -49,13 +49,13 @@ std::optional<RegExpMatch> RegExp::Execute(std::string_view text) const {
     if (found <= 0) return std::nullopt;
     const auto* ends = pcre2_get_ovector_pointer(compiled_->match);
     const auto groups = pcre2_get_ovector_count(compiled_->match);
-    const auto group = [&](std::uint32_t index) {
+    const auto group = [&](std::size_t index) {
         const auto first = ends[2 * index];
         return first == PCRE2_UNSET ? std::string_view() : text.substr(first, ends[2 * index + 1] - first);
     };
     RegExpMatch result{group(0), {}};
     result.sub_matches.reserve(groups - 1);
-    for (std::uint32_t index = 1; index < groups; ++index) result.sub_matches.push_back(group(index));
+    for (std::size_t index = 1; index < groups; ++index) result.sub_matches.push_back(group(index));
     return result;
 }
 

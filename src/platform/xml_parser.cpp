@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
 #include "platform/http_transfer.h"
@@ -45,9 +46,10 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
         Parser(context).Refuse("The document has too many namespaces");
         return;
     }
-    auto nodes = static_cast<std::size_t>(1 + namespace_count + 2 * attribute_count);
+    auto nodes =
+        1 + static_cast<std::size_t>(namespace_count) + 2 * static_cast<std::size_t>(attribute_count);
     for (int index = 0; index < attribute_count; ++index) {
-        const auto* value = attributes + 5 * index + 3;  // where it begins, where it ends
+        const auto* value = attributes + std::ptrdiff_t{5} * index + 3;  // where it begins, where it ends
         nodes += static_cast<std::size_t>(std::count(value[0], value[1], xmlChar{'&'}));
     }
     if (Parser(context).TakeNodes(nodes))

@@ -13,6 +13,7 @@ namespace {
 
 std::vector<std::string_view> Names(const std::vector<Parameter>& parameters) {
     std::vector<std::string_view> names;
+    names.reserve(parameters.size());
     for (const auto& parameter : parameters) names.emplace_back(parameter.name);
     return names;
 }

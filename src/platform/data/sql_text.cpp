@@ -65,6 +65,7 @@ std::size_t Find(const std::vector<std::string_view>& parameters, std::string_vi
 std::vector<bool> FoundBare(const std::vector<Token>& tokens,
                             const std::vector<std::string_view>& parameters) {
     std::vector<bool> bare;
+    bare.reserve(parameters.size());
     for (const auto parameter : parameters) bare.push_back(!parameter.starts_with('@'));
     for (const auto& token : tokens)
         if (token.kind == TokenKind::kParameter) {
