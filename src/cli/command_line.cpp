@@ -69,6 +69,18 @@ public:
 
     CLI::App& App() { return app_; }
 
+    /// What is wrong when the first word that was not understood stands for a verb. The library itself says
+    /// only that a verb is missing.
+    std::optional<std::string> UnknownVerb() const {
+        const auto unknown = app_.remaining(true);
+        const auto reached = app_.get_subcommands();
+        const bool lacks_verb = reached.empty() || (!reached.front()->get_subcommands({}).empty() &&
+                                                    reached.front()->get_subcommands().empty());
+        if (unknown.empty() || !lacks_verb) return std::nullopt;
+        return (unknown.front().starts_with('-') ? "there is no option " : "there is no verb ") +
+               unknown.front();
+    }
+
 private:
     template <class Run>
     CLI::App& AddVerb(CLI::App& parent, const char* name, const char* what_it_does, Run run) {
@@ -230,10 +242,7 @@ std::variant<CommandLine, ExitStatus> ParseCommandLine(std::vector<std::string> 
         grammar.App().exit(help_or_version, context.out, context.err);
         return ExitStatus::kAllWell;
     } catch (const CLI::ParseError& error) {
-        // The library says that a verb is required before it says that it does not know one.
-        const auto unknown = grammar.App().remaining();
-        const bool is_unknown_verb = !unknown.empty() && dynamic_cast<const CLI::RequiredError*>(&error);
-        Complain(context, is_unknown_verb ? "there is no verb " + unknown.front() : error.what());
+        Complain(context, grammar.UnknownVerb().value_or(error.what()));
         context.err << "Run pellago --help, or --help after a verb.\n";
         return ExitStatus::kUsage;
     }

@@ -72,7 +72,8 @@ void AllOrNothing::Keep() { connection_.CommitWrites(); }
 
 ExitStatus InitDatabase(const Context& context) {
     const auto path = context.database ? *context.database : ChosenDatabase();
-    if (std::filesystem::exists(std::filesystem::symlink_status(path)))
+    std::error_code unknown;
+    if (std::filesystem::exists(std::filesystem::symlink_status(path, unknown)))
         throw Failure(ExitStatus::kNotWritable, path + " is there already and is not touched");
     CreateDatabase(path);
     context.out << PlainLine(path) << '\n';

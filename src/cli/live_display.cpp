@@ -1,5 +1,6 @@
 #include "live_display.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -19,6 +20,12 @@ std::size_t Columns() {
     winsize size{};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
     return size.ws_col;
+}
+
+/// A terminal that was stopped with Ctrl-S must not hold up the run, which may have the database locked.
+bool TakesOutput() {
+    pollfd terminal{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&terminal, 1, 0) != 0;
 }
 
 std::string StepText(const char* what, const Progress::Step& step) {
@@ -51,7 +58,7 @@ LiveDisplay::LiveDisplay(std::ostream& terminal) : terminal_(terminal), start_(C
 
 void LiveDisplay::Show(const Progress& progress) {
     const auto now = Clock::now();
-    if (now - last_drawn_ < kInterval) return;
+    if (now - last_drawn_ < kInterval || !TakesOutput()) return;
     last_drawn_ = now;
     const auto lines = Lines(progress, now - start_);
     // Characters may be wider than a column, so the terminal is told to cut, too, and not to wrap.

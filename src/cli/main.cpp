@@ -26,7 +26,7 @@ bool MovesItsCursor(int descriptor) {
 // A reader that has seen enough is no failure; data that is lost otherwise is one.
 ExitStatus AfterOutput(const pellago::cli::Context& context, const pellago::cli::Output& out,
                        ExitStatus status) {
-    if (out.Error() == 0 || out.Error() == EPIPE) return status;
+    if (out.Error() == 0 || out.Error() == EPIPE || status == ExitStatus::kStopped) return status;
     Complain(context, std::string("the output cannot be written: ") + std::strerror(out.Error()));
     return ExitStatus::kNotWritable;
 }

@@ -12,8 +12,8 @@ namespace {
 
 // By key from the last row seen, so that neither the age of the log nor the length of the run counts.
 constexpr const char* kNewRows =
-    "SELECT id, Result, NewItems, Error FROM DownloadLog WHERE id > @After AND Session = @Session ORDER BY "
-    "id";
+    "SELECT id, Result, NewItems, Error FROM DownloadLog WHERE id > @After AND Session = @Session AND "
+    "Channel = @Channel ORDER BY id";
 
 Recordset& Sessions(const DE1& database) { return *database.Recordsets("rsDownloadSessions"); }
 
@@ -64,23 +64,24 @@ std::string RunDocument(const RunRecord& record) {
 RunReader::RunReader(const DE1& database)
     : database_(database),
       new_rows_(database.CnnRSS(), "NewLogRows", kNewRows,
-                {{"@After", ParameterType::kInteger, 0, {}}, {"@Session", ParameterType::kInteger, 0, {}}}) {
+                {{"@After", ParameterType::kInteger, 0, {}},
+                 {"@Session", ParameterType::kInteger, 0, {}},
+                 {"@Channel", ParameterType::kInteger, 0, {}}}) {
     const auto last = database.CnnRSS()->Scalar("SELECT MAX(id) FROM DownloadLog");
     new_rows_["After"].value = IsNull(last) ? Variant(0) : last;
 }
 
-const ChannelResult& RunReader::AddCurrentChannel(RunRecord& record, const std::string& load_error) {
+ChannelResult RunReader::CurrentChannel() const {
     auto& row = *database_.Recordsets("rsAllChannels");
-    ChannelResult result{CLng(row.Value("ID")),
-                         TextOf(row.Value("Channel"), "<no name>"),
-                         TextOf(row.Value("httpRSSFile")),
-                         {},
-                         0,
-                         true,
-                         load_error};
+    return {CLng(row.Value("ID")), TextOf(row.Value("Channel"), "<no name>"),
+            TextOf(row.Value("httpRSSFile"))};
+}
+
+const ChannelResult& RunReader::Add(ChannelResult result, RunRecord& record) {
     ReadNewRows(result);
-    if (!result.ok) ++record.failed;
+    if (result.ok) result.error.clear();
     if (!result.ok && result.error.empty()) result.error = "items could not be stored";
+    if (!result.ok) ++record.failed;
     record.new_items += result.new_items;
     return record.channels.emplace_back(std::move(result));
 }
@@ -105,6 +106,7 @@ void RunReader::Finish(RunRecord& record) {
 
 void RunReader::ReadNewRows(ChannelResult& result) {
     new_rows_["Session"].value = Sessions(database_).Value("ID");
+    new_rows_["Channel"].value = result.id;
     const auto rows = new_rows_.Execute();
     for (; !rows->Eof(); rows->MoveNext()) {
         new_rows_["After"].value = rows->Value("id");

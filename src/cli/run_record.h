@@ -11,13 +11,13 @@
 namespace pellago::cli {
 
 struct ChannelResult {
-    std::int32_t id = 0;
-    std::string name;
-    std::string address;
-    std::vector<std::int32_t> codes;  ///< of the channel's log rows, in their order
+    std::int32_t id = 0;  ///< 0 for the run itself
+    std::string name = {};
+    std::string address = {};
+    std::vector<std::int32_t> codes = {};  ///< of the channel's log rows, in their order
     std::int32_t new_items = 0;
     bool ok = true;
-    std::string error;  ///< why the feed was not loaded
+    std::string error = {};  ///< why the feed was not loaded, or its items not stored
 };
 
 /// What a run has done, as the database tells it.
@@ -45,8 +45,10 @@ public:
     /// To be made before the run starts.
     explicit RunReader(const DE1& database);
 
-    /// Adds the channel that is the current row of rsAllChannels, when its log rows are written.
-    const ChannelResult& AddCurrentChannel(RunRecord& record, const std::string& load_error);
+    /// The current row of rsAllChannels.
+    ChannelResult CurrentChannel() const;
+    /// Adds a channel to the record, with what its new log rows say.
+    const ChannelResult& Add(ChannelResult result, RunRecord& record);
     /// Adds what the run wrote of itself, when it has ended.
     void Finish(RunRecord& record);
 

@@ -63,7 +63,9 @@ public:
 private:
     void ReadFolder(const XmlNode& outline, const ListedProvider& around) {
         ListedProvider folder{NameOf(outline), PageOf(outline), IsActive(outline), {}};
-        const bool is_feed_without_address = !Attribute(outline, "type").empty();
+        const auto type = Attribute(outline, "type");
+        const bool is_feed_without_address =
+            !type.empty() && !EqualNoCase(type, "folder") && !outline.SelectSingleNode("outline");
         if (folder.name.empty() || is_feed_without_address) return ReadOutlines(outline, around);
         if (!outline.SelectSingleNode("outline")) ProviderLike(folder);
         ReadOutlines(outline, folder);

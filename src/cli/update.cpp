@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
 #include <utility>
 
 #include "cli/plain_text.h"
@@ -47,6 +49,9 @@ private:
     void KeepFailure(const ErrorInfo& error);
     void ClearDisplay();
 
+    void KeepAbortedChannel();
+    void Keep(ChannelResult result);
+
     void Draw();
     void Print(const ChannelResult& result);
     void PrintEnd();
@@ -58,10 +63,12 @@ private:
     CDBUpdate engine_{*this};
     std::unique_ptr<RunReader> reader_;
     RunRecord record_;
+    std::optional<ChannelResult> channel_;  ///< begun and not ended
     Progress progress_;
     std::optional<LiveDisplay> display_;
     std::int32_t redraw_timer_ = 0;
     std::optional<OnTerminationSignal> signals_;
+    std::set<std::string> reported_;  ///< errors that the user has seen
     ExitStatus worst_error_ = ExitStatus::kAllWell;
     bool stopped_ = false;
 };
@@ -103,6 +110,7 @@ ExitStatus UpdateVerb::Run() {
     // A signal that came while the database was waited for.
     DoEvents();
     signals_.reset();
+    KeepAbortedChannel();
     reader_->Finish(record_);
     record_.cancelled = engine_.Cancel();
     PrintEnd();
@@ -142,6 +150,7 @@ void UpdateVerb::Stop() {
 
 std::int32_t UpdateVerb::ShowReport(const std::string& report) {
     KeepFailure({gErrorHandler->ErrorNumber(), {}, gErrorHandler->ErrorDescription(), 0});
+    reported_.insert(gErrorHandler->ErrorDescription());
     ClearDisplay();
     context_.err << TerminalText(report) << std::endl;
     return 0;
@@ -169,21 +178,40 @@ void UpdateVerb::OnItemProgress(std::int32_t percent) {
 }
 
 void UpdateVerb::OnProvider(const std::string& name, std::int32_t index, std::int32_t count) {
+    KeepAbortedChannel();
     progress_.provider = {name, index, count};
     progress_.channel = {};
     Draw();
 }
 
 void UpdateVerb::OnChannel(const std::string& name, std::int32_t index, std::int32_t count) {
+    KeepAbortedChannel();
+    channel_ = reader_->CurrentChannel();
     progress_.channel = {name, index, count};
     Draw();
 }
 
 void UpdateVerb::OnChannelDone(const Variant&, std::int32_t) {
-    const auto& result = reader_->AddCurrentChannel(record_, engine_.LoadError());
+    auto result = reader_->CurrentChannel();
+    result.error = engine_.LoadError();
+    channel_.reset();
+    Keep(std::move(result));
+}
+
+// A channel whose routine was aborted has no end of its own.
+void UpdateVerb::KeepAbortedChannel() {
+    if (!channel_) return;
+    auto result = *std::exchange(channel_, std::nullopt);
+    result.ok = false;
+    result.error = record_.errors.empty() ? "given up" : record_.errors.back();
+    Keep(std::move(result));
+}
+
+void UpdateVerb::Keep(ChannelResult result) {
+    const auto& kept = reader_->Add(std::move(result), record_);
     progress_.new_items = record_.new_items;
     progress_.failed = record_.failed;
-    Print(result);
+    Print(kept);
     Draw();
 }
 
@@ -213,7 +241,8 @@ void UpdateVerb::PrintEnd() {
     else if (!options_.quiet && !record_.nothing_matched)
         context_.out << Summary(record_) << '\n';
     if (!record_.end) Complain(context_, "the run could not be recorded in the database");
-    for (const auto& error : record_.errors) Complain(context_, error);
+    for (const auto& error : record_.errors)
+        if (!reported_.contains(error)) Complain(context_, error);
     if (record_.nothing_matched && options_.provider)
         Complain(context_, "there is no provider " + std::to_string(*options_.provider));
     if (record_.nothing_matched && options_.channel)

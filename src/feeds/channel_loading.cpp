@@ -35,9 +35,13 @@ bool clsChannel::LoadDocument(const std::string& address) {
     timer_->start(kTimeOut, *this);
     document_->Load(address);
     load_cancelled_ = false;
+    timed_out_ = false;
     while (document_->ReadyState() != kComplete && !load_cancelled_) WaitForEvents();
     timer_.reset();
-    if (load_cancelled_) return false;
+    if (load_cancelled_) {
+        load_error_ = timed_out_ ? "The feed did not arrive within 60 seconds" : "The download was cancelled";
+        return false;
+    }
     if (const auto& error = document_->ParseError(); error.error_code != 0) {
         load_error_ = error.reason;
         return false;
@@ -63,17 +67,14 @@ void clsChannel::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
     if (document_ && document_->ReadyState() == kArriving) {
         document_->Abort();
         load_cancelled_ = true;
-        load_error_ = "The feed did not arrive within 60 seconds";
+        timed_out_ = true;
     }
     timer_.reset();
 }
 
 void clsChannel::CancelLoading() {
     IgnoringErrors([&](Statements& run) {
-        run([&] {
-            load_cancelled_ = true;
-            load_error_ = "The download was cancelled";
-        });
+        run([&] { load_cancelled_ = true; });
         run([&] {
             if (document_ && document_->ReadyState() == kArriving) document_->Abort();
         });

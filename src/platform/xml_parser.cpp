@@ -60,7 +60,7 @@ void OnStartElement(void* context, const xmlChar* name, const xmlChar* prefix, c
 // For every start tag the library compares all its defaults with each other.
 void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type, int use,
                             const xmlChar* value, xmlEnumeration* values) {
-    Parser(context).TakeDefault();
+    if (value) Parser(context).TakeDefault();
     xmlSAX2AttributeDecl(context, element, name, type, use, value, values);
 }
 

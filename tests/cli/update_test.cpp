@@ -125,6 +125,22 @@ TEST_F(AnUpdate, ThatCannotWriteItsRowsOrItsSessionIsNoSuccess) {
     EXPECT_THAT(session.err, HasSubstr("could not be recorded"));
 }
 
+TEST_F(AnUpdate, NamesTheChannelThatWasGivenUpAndNoOther) {
+    Subscribe();
+    Change(
+        "CREATE TRIGGER NoRow BEFORE UPDATE ON Channels WHEN NEW.ID = 1 BEGIN SELECT RAISE(ABORT, 'no row'); "
+        "END");
+    const auto outcome = Run({"update", "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto channels = Json::parse(outcome.out)["channels"];
+    ASSERT_THAT(channels, SizeIs(2)) << "the first provider's second channel is not reached";
+    EXPECT_EQ(channels[0]["id"], 1);
+    EXPECT_EQ(channels[0]["ok"], false);
+    EXPECT_EQ(channels[0]["error"], "no row");
+    EXPECT_EQ(channels[1]["id"], 3);
+    EXPECT_EQ(channels[1]["results"], Json({4, 5}));
+}
+
 TEST_F(AnUpdate, WhoseFailuresTheEnginePassesOverIsNoSuccess) {
     Subscribe();
     Change(

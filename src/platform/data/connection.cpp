@@ -35,7 +35,8 @@ void Connection::State::RecordFailure() {
     // A full disk, for one, makes the library roll back all that the transaction held.
     if (write_timer != 0 && !database->InTransaction()) {
         EndBatch();
-        error.description += " What was not yet committed is lost.";
+        error.description += (error.description.ends_with('.') ? " " : ". ");
+        error.description += "What was not yet committed is lost.";
         lost_batch = RunTimeError(error.number, error.source, error.description);
     }
     errors.push_back(error);
@@ -90,6 +91,7 @@ void Connection::Open() {
         if (state_->connected) state_->connected();
     } catch (...) {
         if (HoldsWrites()) state_->EndBatch();
+        state_->lost_batch.reset();
         state_->database.reset();
         throw;
     }

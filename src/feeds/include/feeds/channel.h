@@ -80,6 +80,7 @@ private:
     std::string image_url_;
 
     bool load_cancelled_ = false;
+    bool timed_out_ = false;
     std::string load_error_;
     std::unique_ptr<XmlDocument> document_;
     std::unique_ptr<cTimer> timer_;
