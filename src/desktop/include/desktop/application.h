@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+class QApplication;
+
+namespace pellago {
+
+/// Owns the message loop of a program with windows. One a process, made first thing in `main`, once a display
+/// is known to be there.
+class Application final {
+public:
+    Application();
+    ~Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Handles events until Quit; returns the exit status.
+    int Run();
+    /// Ends Run, at once or when the call that is in progress comes back to it.
+    static void Quit(int status = 0);
+
+private:
+    std::unique_ptr<QApplication> application_;
+};
+
+}  // namespace pellago

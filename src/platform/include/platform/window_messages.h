@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+// Windows as other parts of the program and other programs of the same user see them: a 32-bit handle, and a
+// procedure that gets the messages sent to it.
+namespace pellago {
+
+/// Gets a message and answers it. What it throws is lost, and the answer is 0.
+using WindowProcedure = std::function<std::int32_t(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
+                                                   std::int32_t lParam)>;
+
+/// Enters a window into the table; the handle is above 0. Other processes reach it while the message loop
+/// runs, unless the runtime folder cannot be used: then only this process does. Throws RunTimeError when 511
+/// windows are there already.
+std::int32_t CreateWindowHandle(WindowProcedure procedure);
+
+/// False for a handle that is not in this process's table.
+bool DestroyWindowHandle(std::int32_t hwnd);
+
+/// Puts another procedure in the place of a window's and returns the one before. Empty, and nothing changed,
+/// for a handle that is not in this process's table.
+WindowProcedure SetWindowProcedure(std::int32_t hwnd, WindowProcedure procedure);
+
+/// Sends a message and waits for the answer. A window of this process gets it as a direct call. One of
+/// another process of the same user gets it from that process's message loop; messages that arrive here
+/// meanwhile are answered, so that two processes can send to each other at once. 0 at once for a window that
+/// is not there, and after 5 seconds for one that does not answer.
+std::int32_t SendMessage(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam);
+
+}  // namespace pellago
