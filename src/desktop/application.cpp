@@ -4,6 +4,8 @@
 #include <array>
 #include <clocale>
 
+#include "desktop/message_box.h"
+
 namespace pellago {
 namespace {
 
@@ -22,9 +24,10 @@ Application::Application() : application_(std::make_unique<QApplication>(argumen
     QApplication::setQuitOnLastWindowClosed(false);
     // Qt takes over the user's locale; numbers in files and statements keep their decimal point.
     std::setlocale(LC_NUMERIC, "C");
+    UseMessageBox(ShowMessageBoxWindow);
 }
 
-Application::~Application() = default;
+Application::~Application() { UseMessageBox(nullptr); }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): there must be an application to run.
 int Application::Run() { return QApplication::exec(); }

@@ -11,6 +11,7 @@ constexpr const char* kSupportMail = "pellago-support@example.org";
 
 std::unique_ptr<CErrorHandler> gErrorHandler;
 std::unique_ptr<CAppSettings> gAppSettings;
+std::unique_ptr<CFormRestore> gFormRestore;
 std::string gAppTitle;
 
 void CreateProcessObjects() {
@@ -21,6 +22,8 @@ void CreateProcessObjects() {
         run([] { gAppTitle = "Pellago"; });
         run([] { gAppSettings = std::make_unique<CAppSettings>(); });
         run([] { gAppSettings->Init("QUENLITH", "CORVANE"); });
+        run([] { gFormRestore = std::make_unique<CFormRestore>(); });
+        run([] { gFormRestore->Init(gAppSettings.get(), true); });
     });
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 namespace pellago {
 namespace {
@@ -52,6 +53,15 @@ std::string ProgramFolder() {
 }
 
 std::string ProgramName() { return Executable().stem().string(); }
+
+std::string CommandLineText() {
+    std::ifstream file("/proc/self/cmdline", std::ios::binary);
+    std::string argument;
+    std::string text;
+    std::getline(file, argument, '\0');
+    while (std::getline(file, argument, '\0')) text += (text.empty() ? "" : " ") + argument;
+    return text;
+}
 
 Version ProgramVersion() { return {PELLAGO_VERSION_MAJOR, PELLAGO_VERSION_MINOR, PELLAGO_VERSION_REVISION}; }
 

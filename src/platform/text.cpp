@@ -121,6 +121,8 @@ std::int32_t LongFromDouble(double value) {
     return static_cast<std::int32_t>(rounded);
 }
 
+std::optional<double> NumberFromText(std::string_view text) { return Number(text); }
+
 bool IsNumeric(std::string_view text) { return Number(text).has_value(); }
 
 std::string ValidUtf8(std::string_view bytes) { return ToQt(bytes).toStdString(); }

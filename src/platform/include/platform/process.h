@@ -15,6 +15,9 @@ std::string ProgramFolder();
 /// The executable's file name without extension.
 std::string ProgramName();
 
+/// The process's arguments, without the program's path, with a blank between each two.
+std::string CommandLineText();
+
 struct Version {
     std::int32_t major;
     std::int32_t minor;

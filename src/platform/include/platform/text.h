@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,9 @@ std::int32_t LongFromText(std::string_view text);
 
 /// Half to even; throws RunTimeError 6 "Overflow" outside the 32-bit range.
 std::int32_t LongFromDouble(double value);
+
+/// What a text reads as, blanks around it allowed; nothing for a text that is no number.
+std::optional<double> NumberFromText(std::string_view text);
 
 bool IsNumeric(std::string_view text);
 

@@ -1,0 +1,238 @@
+#include "desktop/form.h"
+
+#include <QCloseEvent>
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QPushButton>
+#include <QScreen>
+#include <algorithm>
+
+#include "desktop/event_handler.h"
+#include "platform/run_time_error.h"
+#include "platform/window_messages.h"
+#include "stand_before.h"
+
+namespace pellago {
+namespace {
+
+Qt::WindowFlags FlagsOf(BorderStyle border) {
+    switch (border) {
+        case BorderStyle::kNone:
+            return Qt::Window | Qt::FramelessWindowHint;
+        case BorderStyle::kFixedDialog:
+            return Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                   Qt::WindowCloseButtonHint;
+        case BorderStyle::kFixedToolWindow:
+        case BorderStyle::kSizableToolWindow:
+            return Qt::Tool;
+        default:
+            return Qt::Window;
+    }
+}
+
+/// As much of a window's upper edge as a hand needs to move it.
+constexpr int kHandleWidth = 64;
+constexpr int kHandleHeight = 24;
+
+bool CanBeReached(const QRect& frame) {
+    const QRect handle(frame.topLeft(), QSize(frame.width(), kHandleHeight));
+    const auto screens = QGuiApplication::screens();
+    return std::any_of(screens.begin(), screens.end(), [&](const QScreen* screen) {
+        const auto seen = handle & screen->availableGeometry();
+        return seen.width() >= std::min(kHandleWidth, frame.width()) && seen.height() >= kHandleHeight / 2;
+    });
+}
+
+/// Windows were kept where a screen was that is gone, or the settings were written by hand.
+QRect WithinReach(const QRect& frame) {
+    const auto* known = QGuiApplication::screenAt(frame.center());
+    const auto* screen = known ? known : QGuiApplication::primaryScreen();
+    const auto area = screen->availableGeometry();
+    QRect moved(frame.topLeft(), frame.size().boundedTo(area.size()));
+    if (CanBeReached(moved)) return moved;
+    moved.moveLeft(std::clamp(moved.left(), area.left(), area.right() + 1 - moved.width()));
+    moved.moveTop(std::clamp(moved.top(), area.top(), area.bottom() + 1 - moved.height()));
+    return moved;
+}
+
+FormWindowState StateOf(std::int32_t command) {
+    switch (command) {
+        case show_command::kShowMinimized:
+        case show_command::kMinimize:
+        case show_command::kShowMinNoActive:
+            return FormWindowState::kMinimized;
+        case show_command::kShowMaximized:
+            return FormWindowState::kMaximized;
+        default:
+            return FormWindowState::kNormal;
+    }
+}
+
+/// The largest that a screen may be; what lies beyond is nobody's intention.
+int Within16Bits(std::int64_t number) {
+    return static_cast<int>(std::clamp<std::int64_t>(number, -32768, 32767));
+}
+
+}  // namespace
+
+Form::Form(const std::string& name, BorderStyle border) : QDialog(nullptr, FlagsOf(border)), border_(border) {
+    setObjectName(QString::fromStdString(name));
+}
+
+Form::~Form() {
+    DestroyWindowHandle(hwnd_);
+    if (modal_loop_) modal_loop_->quit();
+}
+
+void Form::Load() {
+    if (IsLoaded()) return;
+    hwnd_ = CreateWindowHandle([this](auto hwnd, auto message, auto w_param, auto l_param) {
+        return WindowProcedure(hwnd, message, w_param, l_param);
+    });
+    Form_Load();
+}
+
+void Form::Show(ShowMode mode) {
+    Load();
+    if (mode == ShowMode::kModal)
+        ShowModal();
+    else
+        show();
+}
+
+void Form::ShowModal() {
+    if (isVisible()) throw RunTimeError(400, "", "Form already displayed; can't show modally");
+    StandBeforeActiveWindow(*this);
+    setWindowModality(Qt::ApplicationModal);
+    QEventLoop loop;
+    modal_loop_ = &loop;
+    const QPointer<Form> alive(this);
+    show();
+    // It may have been hidden while it came up, and destroyed by anything that happens in the loop.
+    if (alive && isVisible()) loop.exec(QEventLoop::DialogExec);
+    if (!alive) return;
+    modal_loop_ = nullptr;
+    // The loop also ends with the program.
+    hide();
+    setWindowModality(Qt::NonModal);
+}
+
+bool Form::Unload(UnloadMode mode) {
+    if (!IsLoaded() || unloading_) return true;
+    bool cancel = false;
+    RunHandler([&] { Form_QueryUnload(cancel, mode); });
+    // A question that was asked may have been overtaken by an unload that asks none.
+    if (!IsLoaded() || unloading_) return true;
+    if (cancel) return false;
+    unloading_ = true;
+    RunHandler([&] { Form_Unload(); });
+    hide();
+    DestroyWindowHandle(hwnd_);
+    hwnd_ = 0;
+    unloading_ = false;
+    return true;
+}
+
+void Form::BringToTop() {
+    raise();
+    activateWindow();
+}
+
+std::string Form::Name() const { return objectName().toStdString(); }
+
+FormWindowState Form::WindowState() const {
+    if (isMinimized()) return FormWindowState::kMinimized;
+    return isMaximized() ? FormWindowState::kMaximized : FormWindowState::kNormal;
+}
+
+void Form::WindowState(FormWindowState state) {
+    const auto others = windowState() & ~(Qt::WindowMinimized | Qt::WindowMaximized);
+    switch (state) {
+        case FormWindowState::kMinimized:
+            setWindowState(others | Qt::WindowMinimized);
+            break;
+        case FormWindowState::kMaximized:
+            setWindowState(others | Qt::WindowMaximized);
+            break;
+        default:
+            setWindowState(others);
+    }
+}
+
+// The rectangle begins at the frame's corner and has the size of what is inside the frame: both can be given
+// back exactly, while the frame's width is not known before a window was shown.
+std::optional<WindowPlacement> Form::Placement() const {
+    WindowPlacement placement;
+    if (isMinimized())
+        placement.show_command = show_command::kShowMinimized;
+    else if (isMaximized())
+        placement.show_command = show_command::kShowMaximized;
+    placement.minimized = placement.maximized = {-1, -1};
+    const bool is_normal = placement.show_command == show_command::kShowNormal;
+    auto inside = is_normal || normalGeometry().isNull() ? geometry() : normalGeometry();
+    if (is_normal) inside.setSize(SizeNow());
+    const auto corner = is_normal ? pos() : inside.topLeft() - FrameOffset();
+    placement.normal = {corner.x(), corner.y(), corner.x() + inside.width(), corner.y() + inside.height()};
+    return placement;
+}
+
+void Form::Placement(const WindowPlacement& placement) {
+    const auto& normal = placement.normal;
+    const QSize stored(Within16Bits(normal.Width()), Within16Bits(normal.Height()));
+    const auto size = stored.isEmpty() ? SizeNow() : stored;
+    const QPoint corner(Within16Bits(normal.left), Within16Bits(normal.top));
+    const auto frame = WithinReach({corner, size.expandedTo(minimumSizeHint())});
+    // A rectangle given to a maximised window would be taken for the maximised one.
+    const auto state = isVisible() ? StateOf(placement.show_command) : WindowState();
+    WindowState(FormWindowState::kNormal);
+    resize(frame.size());
+    move(frame.topLeft());
+    WindowState(state);
+    if (placement.show_command == show_command::kHide) hide();
+}
+
+ScreenRectangle Form::Desktop() const {
+    const auto area = QGuiApplication::primaryScreen()->geometry();
+    return {area.left(), area.top(), area.left() + area.width(), area.top() + area.height()};
+}
+
+void Form::setVisible(bool visible) {
+    const bool comes_up = visible && !isVisible();
+    const QPointer<Form> alive(this);
+    QDialog::setVisible(visible);
+    if (alive && !visible && modal_loop_) modal_loop_->quit();
+    if (comes_up && alive && isVisible()) RunHandler([&] { Form_Activate(); });
+}
+
+void Form::reject() {
+    if (cancel_button_) cancel_button_->click();
+}
+
+std::int32_t Form::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t /*uMsg*/, std::int32_t /*wParam*/,
+                                   std::int32_t /*lParam*/) {
+    return 0;
+}
+
+void Form::closeEvent(QCloseEvent* event) {
+    const auto* application = qGuiApp;
+    const auto mode = application->isSavingSession() ? UnloadMode::kAppWindows : UnloadMode::kFormControlMenu;
+    event->setAccepted(Unload(mode));
+}
+
+void Form::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    RunHandler([&] { Form_Resize(); });
+}
+
+void Form::changeEvent(QEvent* event) {
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange) RunHandler([&] { Form_Resize(); });
+}
+
+/// A window that was never shown gets its size from its contents when it comes up.
+QSize Form::SizeNow() const { return testAttribute(Qt::WA_Resized) || isVisible() ? size() : sizeHint(); }
+
+QPoint Form::FrameOffset() const { return geometry().topLeft() - frameGeometry().topLeft(); }
+
+}  // namespace pellago

@@ -1,0 +1,63 @@
+#include "desktop/layered_window.h"
+
+#include <QBitmap>
+#include <QEvent>
+#include <QImage>
+#include <QWidget>
+#include <QWindow>
+
+namespace pellago {
+namespace {
+
+/// Cuts the colour key out of a window's image, and again when its size changes. A child of the window.
+class ColorKey final : public QObject {
+public:
+    ColorKey(QWidget& window, QRgb key) : QObject(&window), window_(window), key_(key) {
+        window.installEventFilter(this);
+        Cut();
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Resize || event->type() == QEvent::Show) Cut();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void Cut() {
+        window_.clearMask();  // what it cuts away would not be drawn
+        QImage image(window_.size(), QImage::Format_RGB32);
+        image.fill(key_);
+        window_.render(&image);
+        window_.setMask(QBitmap::fromImage(image.createMaskFromColor(key_, Qt::MaskInColor)));
+    }
+
+    QWidget& window_;
+    QRgb key_;
+};
+
+const QString kKeyName = QStringLiteral("ColorKey");
+
+void ForgetColorKey(QWidget& window) {
+    delete window.findChild<QObject*>(kKeyName, Qt::FindDirectChildrenOnly);
+    window.clearMask();
+}
+
+}  // namespace
+
+void SetTopmost(QWidget& window, bool topmost) {
+    // Qt's own way hides a visible window; the window system can be told without that.
+    const auto flags = window.windowFlags().setFlag(Qt::WindowStaysOnTopHint, topmost);
+    window.overrideWindowFlags(flags);
+    if (auto* handle = window.windowHandle()) handle->setFlag(Qt::WindowStaysOnTopHint, topmost);
+}
+
+void SetLayeredWindowAttributes(QWidget& window, QRgb key, std::uint8_t alpha, std::uint32_t flags) {
+    if (flags & LWA_ALPHA) window.setWindowOpacity(alpha / 255.0);
+    ForgetColorKey(window);
+    if (flags & LWA_COLORKEY) {
+        auto* cut = new ColorKey(window, key);  // owned by the window
+        cut->setObjectName(kKeyName);
+    }
+}
+
+}  // namespace pellago

@@ -1,0 +1,100 @@
+#include "desktop/message_box.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <array>
+#include <utility>
+
+#include "stand_before.h"
+
+namespace pellago {
+namespace {
+
+using Button = QMessageBox::StandardButton;
+using Answer = MessageBoxAnswer;
+
+QMessageBox::StandardButtons ButtonsOf(MessageBoxButtons buttons) {
+    switch (buttons) {
+        case MessageBoxButtons::kOkCancel:
+            return QMessageBox::Ok | QMessageBox::Cancel;
+        case MessageBoxButtons::kAbortRetryIgnore:
+            return QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore;
+        case MessageBoxButtons::kYesNoCancel:
+            return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+        case MessageBoxButtons::kYesNo:
+            return QMessageBox::Yes | QMessageBox::No;
+        case MessageBoxButtons::kRetryCancel:
+            return QMessageBox::Retry | QMessageBox::Cancel;
+        default:
+            return QMessageBox::Ok;
+    }
+}
+
+QMessageBox::Icon IconOf(MessageBoxIcon icon) {
+    switch (icon) {
+        case MessageBoxIcon::kCritical:
+            return QMessageBox::Critical;
+        case MessageBoxIcon::kQuestion:
+            return QMessageBox::Question;
+        case MessageBoxIcon::kExclamation:
+            return QMessageBox::Warning;
+        case MessageBoxIcon::kInformation:
+            return QMessageBox::Information;
+        default:
+            return QMessageBox::NoIcon;
+    }
+}
+
+constexpr std::array<std::pair<Button, Answer>, 7> kAnswers = {{{QMessageBox::Ok, Answer::kOk},
+                                                                {QMessageBox::Cancel, Answer::kCancel},
+                                                                {QMessageBox::Abort, Answer::kAbort},
+                                                                {QMessageBox::Retry, Answer::kRetry},
+                                                                {QMessageBox::Ignore, Answer::kIgnore},
+                                                                {QMessageBox::Yes, Answer::kYes},
+                                                                {QMessageBox::No, Answer::kNo}}};
+
+/// The first one that the box has.
+Button EscapeButton(const QMessageBox& box) {
+    for (const auto button : {QMessageBox::Cancel, QMessageBox::No, QMessageBox::Abort})
+        if (box.button(button)) return button;
+    return QMessageBox::Ok;
+}
+
+std::function<void()>& Beep() {
+    static std::function<void()> beep;
+    return beep;
+}
+
+}  // namespace
+
+MessageBoxAnswer ShowMessageBoxWindow(const MessageBoxRequest& request) {
+    QMessageBox box;
+    box.setObjectName(QStringLiteral("MessageBox"));
+    box.setWindowTitle(QString::fromStdString(request.caption));
+    box.setTextFormat(Qt::PlainText);
+    box.setText(QString::fromStdString(request.text));
+    box.setIcon(IconOf(request.icon));
+    box.setStandardButtons(ButtonsOf(request.buttons));
+    const auto escape = EscapeButton(box);
+    box.setEscapeButton(escape);
+    StandBeforeActiveWindow(box);
+    box.exec();
+    // Ended together with the program, it was not answered at all.
+    auto* clicked = box.clickedButton();
+    const auto button = clicked ? box.standardButton(clicked) : escape;
+    for (const auto& [known, answer] : kAnswers)
+        if (known == button) return answer;
+    return Answer::kOk;
+}
+
+void MessageBeep() {
+    if (Beep())
+        Beep()();
+    else
+        QApplication::beep();
+}
+
+void ReplaceMessageBeep(std::function<void()> beep) { Beep() = std::move(beep); }
+
+}  // namespace pellago

@@ -1,0 +1,218 @@
+#include "desktop/form.h"
+
+#include <gmock/gmock.h>
+
+#include <QPushButton>
+#include <QTest>
+
+#include "desktop/event_handler.h"
+#include "infra/app_settings.h"
+#include "infra/form_restore.h"
+#include "platform/message_box.h"
+#include "platform/run_time_error.h"
+#include "platform/window_messages.h"
+#include "support/support.h"
+#include "support/thrown.h"
+#include "support/while_modal.h"
+
+namespace pellago {
+namespace {
+
+using testing::ElementsAre;
+
+/// A form that tells what happens to it.
+class TellingForm final : public Form {
+public:
+    explicit TellingForm(BorderStyle border = BorderStyle::kSizable) : Form("frmTelling", border) {
+        resize(300, 200);
+    }
+
+    std::vector<std::string> Told() { return std::exchange(told_, {}); }
+    std::function<void(bool& cancel)> on_query;
+    std::function<void()> on_unload;
+    std::function<void()> on_activate;
+    bool tell_resize = false;
+
+private:
+    void Form_Load() override { told_.emplace_back("load"); }
+    void Form_Activate() override {
+        told_.emplace_back("activate");
+        if (on_activate) on_activate();
+    }
+    void Form_Resize() override {
+        if (tell_resize)
+            told_.emplace_back(WindowState() == FormWindowState::kMinimized ? "minimized" : "resize");
+    }
+    void Form_QueryUnload(bool& cancel, UnloadMode mode) override {
+        told_.push_back("query " + std::to_string(static_cast<int>(mode)));
+        if (on_query) on_query(cancel);
+    }
+    void Form_Unload() override {
+        told_.emplace_back("unload");
+        if (on_unload) on_unload();
+    }
+    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                 std::int32_t l_param) override {
+        return hwnd == hWnd() ? message + w_param + l_param : -1;
+    }
+
+    std::vector<std::string> told_;
+};
+
+TEST(Form, GoesThroughItsLifeInOrder) {
+    TellingForm form;
+    EXPECT_EQ(form.hWnd(), 0);
+    form.Load();
+    const auto handle = form.hWnd();
+    EXPECT_EQ(SendMessage(handle, 1000, 200, 30), 1230);
+    form.Show();
+    form.Hide();
+    form.Show();
+    EXPECT_THAT(form.Told(), ElementsAre("load", "activate", "activate"));
+    form.tell_resize = true;
+    form.WindowState(FormWindowState::kMinimized);
+    form.WindowState(FormWindowState::kNormal);
+    form.resize(310, 200);
+    EXPECT_THAT(form.Told(), ElementsAre("minimized", "resize", "resize"));
+    EXPECT_TRUE(form.Unload());
+    EXPECT_TRUE(form.Unload());
+    EXPECT_THAT(form.Told(), ElementsAre("query 1", "unload"));
+    EXPECT_FALSE(form.isVisible());
+    EXPECT_EQ(SendMessage(handle, 1, 1, 1), 0);
+    form.Show();
+    EXPECT_THAT(form.Told(), testing::Contains("load"));
+    EXPECT_NE(form.hWnd(), handle);
+}
+
+TEST(Form, MayRefuseToBeClosed) {
+    TellingForm form;
+    form.Show();
+    form.Told();
+    form.on_query = [](bool& cancel) { cancel = true; };
+    EXPECT_FALSE(form.close());
+    EXPECT_FALSE(form.Unload(UnloadMode::kAppWindows));
+    EXPECT_TRUE(form.isVisible());
+    QTest::keyClick(&form, Qt::Key_Escape);
+    EXPECT_THAT(form.Told(), ElementsAre("query 0", "query 2"));
+    form.on_query = nullptr;
+    EXPECT_TRUE(form.close());
+    EXPECT_FALSE(form.IsLoaded());
+}
+
+// While the person is asked, another program may end this one.
+TEST(Form, IsUnloadedOnceHoweverManyAskForIt) {
+    TellingForm form;
+    form.Show();
+    form.Told();
+    form.on_query = [&](bool& cancel) {
+        form.on_query = nullptr;
+        EXPECT_TRUE(form.Unload());
+        cancel = true;
+    };
+    form.on_unload = [&] { form.Unload(); };
+    EXPECT_TRUE(form.Unload(UnloadMode::kFormControlMenu));
+    EXPECT_THAT(form.Told(), ElementsAre("query 0", "query 1", "unload"));
+}
+
+TEST(Form, ShownModallyReturnsWhenItIsHiddenOrUnloaded) {
+    TellingForm form;
+    QPushButton button(&form);
+    OnClick(&button, [&] { form.Tag("clicked"); });
+    OnClick(&button, [&] { form.Hide(); });
+    form.CancelButton(&button);
+    const auto show = [&] { form.Show(ShowMode::kModal); };
+    test::WhileModal([](QWidget& modal) { QTest::keyClick(&modal, Qt::Key_Escape); }, show);
+    EXPECT_EQ(form.Tag(), "clicked");
+    EXPECT_TRUE(form.IsLoaded());
+    test::WhileModal([](QWidget& modal) { modal.close(); }, show);
+    EXPECT_FALSE(form.IsLoaded());
+    form.on_activate = [&] { form.Hide(); };
+    show();
+    form.on_activate = nullptr;
+    form.Show();
+    EXPECT_EQ(test::ThrownBy(show).number, 400);
+}
+
+TEST(Form, ShowsWhatItsHandlersThrowAndGoesOn) {
+    TellingForm form;
+    std::vector<std::string> shown;
+    UseMessageBox([&](const MessageBoxRequest& request) {
+        shown.push_back(request.text);
+        return MessageBoxAnswer::kOk;
+    });
+    form.on_activate = [] { throw RunTimeError(5, "", "no"); };
+    form.on_unload = [] { throw RunTimeError(5, "", "never"); };
+    form.Show();
+    EXPECT_TRUE(form.Unload());
+    EXPECT_THAT(shown, ElementsAre("no", "never"));
+}
+
+class AFormsPlace : public testing::Test {
+protected:
+    AFormsPlace() {
+        settings_.Init("Quenlith", "Test");
+        restore_.Init(&settings_, true);
+    }
+
+    void Store(const std::string& name, const Variant& value) {
+        settings_.SaveSetting("Windows settings\\frmTelling", name, value);
+    }
+
+    test::TempDir folder_;
+    test::EnvVar config_{"XDG_CONFIG_HOME", folder_.Path().string()};
+    CAppSettings settings_;
+    CFormRestore restore_;
+};
+
+TEST_F(AFormsPlace, IsKeptFromOneStartToTheNext) {
+    const auto area = QGuiApplication::primaryScreen()->availableGeometry();
+    {
+        TellingForm form;
+        restore_.GetPosition(form);
+        EXPECT_FALSE(form.isVisible());
+        EXPECT_NEAR(form.geometry().center().x(), area.center().x(), 1);
+        form.Show();
+        form.move(40, 50);
+        form.resize(320, 210);
+        restore_.SavePosition(form);
+    }
+    for (int start = 0; start < 3; ++start) {
+        TellingForm form;
+        restore_.GetPosition(form);
+        form.Show();
+        EXPECT_EQ(form.pos(), QPoint(40, 50));
+        EXPECT_EQ(form.size(), QSize(320, 210));
+        form.WindowState(start == 2 ? FormWindowState::kMaximized : FormWindowState::kNormal);
+        restore_.SavePosition(form);
+    }
+    TellingForm form;
+    restore_.GetPosition(form);
+    form.Show();
+    EXPECT_EQ(form.WindowState(), FormWindowState::kMaximized);
+    form.WindowState(FormWindowState::kNormal);
+    EXPECT_EQ(form.size(), QSize(320, 210));
+
+    TellingForm fixed(BorderStyle::kFixedSingle);
+    restore_.GetPosition(fixed);
+    EXPECT_EQ(fixed.pos(), QPoint(40, 50));
+    EXPECT_EQ(fixed.size(), QSize(300, 200));
+}
+
+TEST_F(AFormsPlace, IsBroughtBackOntoTheScreen) {
+    const auto area = QGuiApplication::primaryScreen()->availableGeometry();
+    for (const auto& [left, top] : {std::pair{-30000, 10}, {2147483647, -2147483647}, {100, area.bottom()}}) {
+        Store("WindowState", "abc");
+        Store("NormalPosLeft", left);
+        Store("NormalPosTop", top);
+        Store("NormalPosRight", 2147483647);
+        Store("NormalPosBottom", -2147483647);
+        TellingForm form;
+        restore_.GetPosition(form);
+        form.Show();
+        EXPECT_TRUE(area.contains(form.pos())) << left << " " << top;
+        EXPECT_TRUE(area.contains(form.geometry().center())) << left << " " << top;
+    }
+}
+
+}  // namespace
+}  // namespace pellago

@@ -1,0 +1,56 @@
+#include "desktop/layered_window.h"
+
+#include <gmock/gmock.h>
+
+#include <QPainter>
+#include <QWidget>
+#include <QWindow>
+
+namespace pellago {
+namespace {
+
+/// Left half in the colour given, right half in red.
+class Painted final : public QWidget {
+public:
+    explicit Painted(QColor left) : left_(left) { resize(40, 20); }
+
+private:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        painter.fillRect(rect(), Qt::red);
+        painter.fillRect(0, 0, width() / 2, height(), left_);
+    }
+
+    QColor left_;
+};
+
+TEST(LayeredWindow, HasNothingWhereItsImageHasTheColourKey) {
+    Painted window(QColor(1, 0, 0));
+    window.show();
+    SetLayeredWindowAttributes(window, qRgb(1, 0, 0), 128, LWA_COLORKEY | LWA_ALPHA);
+    EXPECT_EQ(window.mask(), QRegion(20, 0, 20, 20));
+    window.resize(60, 20);
+    EXPECT_EQ(window.mask(), QRegion(30, 0, 30, 20));
+    EXPECT_NEAR(window.windowOpacity(), 128 / 255.0, 0.003);
+    SetLayeredWindowAttributes(window, qRgb(2, 0, 0), 255, LWA_COLORKEY);
+    EXPECT_EQ(window.mask(), QRegion(0, 0, 60, 20)) << "nothing has exactly that colour";
+    SetLayeredWindowAttributes(window, 0, 255, LWA_ALPHA);
+    EXPECT_TRUE(window.mask().isEmpty());
+    EXPECT_EQ(window.windowOpacity(), 1);
+}
+
+TEST(LayeredWindow, StaysWhereItIsWhenItGoesAboveTheOthers) {
+    Painted window(Qt::red);
+    window.move(30, 40);
+    window.show();
+    for (const bool topmost : {true, false}) {
+        SetTopmost(window, topmost);
+        EXPECT_TRUE(window.isVisible());
+        EXPECT_EQ(window.pos(), QPoint(30, 40));
+        EXPECT_EQ(window.windowFlags().testFlag(Qt::WindowStaysOnTopHint), topmost);
+        EXPECT_EQ(window.windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint), topmost);
+    }
+}
+
+}  // namespace
+}  // namespace pellago
