@@ -10,6 +10,7 @@
 namespace pellago {
 namespace {
 
+constexpr const char* kMachineRegistry = "/etc/quenlith/machine.reg";
 constexpr std::size_t kMaxKeyName = 255;
 constexpr std::size_t kMaxValueName = 16383;
 
@@ -18,12 +19,18 @@ struct Root {
     RegistryFile file;
 };
 
+std::string& MachineRegistryPath() {
+    static std::string path;
+    return path;
+}
+
 std::optional<Root> RootOf(std::int32_t root) {
     if (root == HKEY_CURRENT_USER)
         return Root{"HKEY_CURRENT_USER",
                     RegistryFile(JoinPath(UserFolder("XDG_CONFIG_HOME", ".config"), "quenlith/user.reg"))};
     if (root == HKEY_LOCAL_MACHINE)
-        return Root{"HKEY_LOCAL_MACHINE", RegistryFile("/etc/quenlith/machine.reg")};
+        return Root{"HKEY_LOCAL_MACHINE",
+                    RegistryFile(MachineRegistryPath().empty() ? kMachineRegistry : MachineRegistryPath())};
     return std::nullopt;
 }
 
@@ -124,5 +131,15 @@ std::optional<std::vector<std::string>> RegEnumValues(std::int32_t root, const s
         return std::optional(names);
     });
 }
+
+std::optional<std::vector<std::string>> RegEnumKeyEx(std::int32_t root, const std::string& path) {
+    return AskKey(root, path, [](const RegistryNode& key) {
+        std::vector<std::string> names;
+        for (const auto& subkey : key.Subkeys()) names.push_back(subkey.Name());
+        return std::optional(names);
+    });
+}
+
+void ReplaceMachineRegistry(const std::string& path) { MachineRegistryPath() = path; }
 
 }  // namespace pellago

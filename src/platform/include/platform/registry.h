@@ -40,5 +40,10 @@ std::optional<RegistryValue> RegQueryValueEx(std::int32_t root, const std::strin
                                              const std::string& name);
 /// The names of a key's values, oldest first; nothing when there is no such key.
 std::optional<std::vector<std::string>> RegEnumValues(std::int32_t root, const std::string& path);
+/// The names of a key's subkeys, oldest first; nothing when there is no such key.
+std::optional<std::vector<std::string>> RegEnumKeyEx(std::int32_t root, const std::string& path);
+
+/// Keeps the machine's root in another file; an empty path brings the real one back. For tests.
+void ReplaceMachineRegistry(const std::string& path);
 
 }  // namespace pellago

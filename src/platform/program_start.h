@@ -1,0 +1,19 @@
+#pragma once
+
+#include <future>
+#include <string>
+#include <vector>
+
+namespace pellago {
+
+struct StartedProgram {
+    int error = 0;               ///< errno of a start that failed, else 0
+    std::future<int> exit_code;  ///< comes when the program has ended; -1 when a signal ended it
+};
+
+/// Starts the program at the absolute path `command[0]` in `directory` (the present one when empty): in a
+/// session of its own, with default signals and without our descriptors beyond the standard ones. It is
+/// collected when it ends, whether the caller waits or not.
+StartedProgram StartProgram(const std::vector<std::string>& command, const std::string& directory);
+
+}  // namespace pellago
