@@ -1,0 +1,80 @@
+#include "app/timed_message.h"
+
+#include <gmock/gmock.h>
+
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+
+#include "platform/thread_timer.h"
+#include "support/while_modal.h"
+
+namespace pellago {
+namespace {
+
+using testing::ElementsAre;
+
+class ATimedMessage : public testing::Test {
+protected:
+    ATimedMessage() { form_.Load(); }
+
+    QPushButton* Ok() { return form_.findChild<QPushButton*>("btnOk"); }
+    std::string Caption() { return Ok()->text().remove("&").toStdString(); }
+
+    frmMessage form_;
+};
+
+TEST_F(ATimedMessage, CountsDownAndCloses) {
+    form_.Seconds(2);
+    std::vector<std::string> captions;
+    const auto watch = SetTimer(20, [&](std::uint32_t) {
+        if (captions.empty() || captions.back() != Caption()) captions.push_back(Caption());
+    });
+    const auto start = GetTickCount();
+    form_.Show(ShowMode::kModal);
+    const auto shown_ms = GetTickCount() - start;
+    KillTimer(watch);
+    EXPECT_THAT(captions, ElementsAre("Ok (2)", "Ok (1)"));
+    EXPECT_GE(shown_ms, 2950U);
+    EXPECT_LE(shown_ms, 4000U);
+    EXPECT_FALSE(form_.isVisible());
+}
+
+TEST_F(ATimedMessage, ClosesAtTheFirstTickWithoutSeconds) {
+    form_.Seconds(0);
+    const auto start = GetTickCount();
+    form_.Show(ShowMode::kModal);
+    EXPECT_LE(GetTickCount() - start, 1900U);
+}
+
+TEST_F(ATimedMessage, ClosesByItsButtonAndByEscape) {
+    const auto show = [&] { form_.Show(ShowMode::kModal); };
+    std::string caption;
+    const auto click = [&](QWidget&) {
+        caption = Caption();
+        Ok()->click();
+    };
+    test::WhileModal(click, show);
+    EXPECT_EQ(caption, "Ok (10)");
+    test::WhileModal([&](QWidget& modal) { QTest::keyClick(&modal, Qt::Key_Escape); }, show);
+    EXPECT_FALSE(form_.isVisible());
+}
+
+TEST_F(ATimedMessage, CentresItsTextAlsoWhenThatIsTallerThanTheFrame) {
+    const auto* frame = form_.findChild<QFrame*>("fraMessage");
+    const auto* label = form_.findChild<QLabel*>("lblMessage");
+    const auto show = [&](const QString& text) {
+        form_.Message(text.toStdString());
+        form_.Show();
+        form_.Hide();
+        EXPECT_EQ(label->y(), (frame->height() - label->height()) / 2);
+        return label->y();
+    };
+    EXPECT_GT(show("<b>News</b>"), 0);
+    EXPECT_LT(show(QString(" word").repeated(1000)), 0);
+    EXPECT_EQ(label->textFormat(), Qt::PlainText);
+}
+
+}  // namespace
+}  // namespace pellago
