@@ -35,6 +35,8 @@ Qt::WindowFlags FlagsOf(BorderStyle border) {
 constexpr int kHandleWidth = 64;
 constexpr int kHandleHeight = 24;
 
+constexpr int kSettledMs = 100;
+
 bool CanBeReached(const QRect& frame) {
     const QRect handle(frame.topLeft(), QSize(frame.width(), kHandleHeight));
     const auto screens = QGuiApplication::screens();
@@ -78,6 +80,10 @@ int Within16Bits(std::int64_t number) {
 
 Form::Form(const std::string& name, BorderStyle border) : QDialog(nullptr, FlagsOf(border)), border_(border) {
     setObjectName(QString::fromStdString(name));
+    // A window that the desktop maximises may be told its new size before its new state.
+    settled_.setSingleShot(true);
+    settled_.setInterval(kSettledMs);
+    connect(&settled_, &QTimer::timeout, this, &Form::RememberNormalRectangle);
 }
 
 Form::~Form() {
@@ -142,11 +148,22 @@ void Form::BringToTop() {
 std::string Form::Name() const { return objectName().toStdString(); }
 
 FormWindowState Form::WindowState() const {
+    if (state_to_come_) return *state_to_come_;
     if (isMinimized()) return FormWindowState::kMinimized;
     return isMaximized() ? FormWindowState::kMaximized : FormWindowState::kNormal;
 }
 
+// Given a state before it is shown, a window would exist from then on, and be placed without its frame.
 void Form::WindowState(FormWindowState state) {
+    if (isVisible())
+        ApplyWindowState(state);
+    else
+        state_to_come_ = state;
+}
+
+void Form::ApplyWindowState(FormWindowState state) {
+    RememberNormalRectangle();
+    state_to_come_.reset();
     const auto others = windowState() & ~(Qt::WindowMinimized | Qt::WindowMaximized);
     switch (state) {
         case FormWindowState::kMinimized:
@@ -164,16 +181,15 @@ void Form::WindowState(FormWindowState state) {
 // back exactly, while the frame's width is not known before a window was shown.
 std::optional<WindowPlacement> Form::Placement() const {
     WindowPlacement placement;
-    if (isMinimized())
+    if (WindowState() == FormWindowState::kMinimized)
         placement.show_command = show_command::kShowMinimized;
-    else if (isMaximized())
+    else if (WindowState() == FormWindowState::kMaximized)
         placement.show_command = show_command::kShowMaximized;
     placement.minimized = placement.maximized = {-1, -1};
-    const bool is_normal = placement.show_command == show_command::kShowNormal;
-    auto inside = is_normal || normalGeometry().isNull() ? geometry() : normalGeometry();
-    if (is_normal) inside.setSize(SizeNow());
-    const auto corner = is_normal ? pos() : inside.topLeft() - FrameOffset();
-    placement.normal = {corner.x(), corner.y(), corner.x() + inside.width(), corner.y() + inside.height()};
+    const auto normal =
+        WindowState() == FormWindowState::kNormal || normal_.isNull() ? NormalRectangle() : normal_;
+    placement.normal = {normal.left(), normal.top(), normal.left() + normal.width(),
+                        normal.top() + normal.height()};
     return placement;
 }
 
@@ -185,9 +201,10 @@ void Form::Placement(const WindowPlacement& placement) {
     const auto frame = WithinReach({corner, size.expandedTo(minimumSizeHint())});
     // A rectangle given to a maximised window would be taken for the maximised one.
     const auto state = isVisible() ? StateOf(placement.show_command) : WindowState();
-    WindowState(FormWindowState::kNormal);
+    ApplyWindowState(FormWindowState::kNormal);
     resize(frame.size());
     move(frame.topLeft());
+    normal_ = frame;
     WindowState(state);
     if (placement.show_command == show_command::kHide) hide();
 }
@@ -200,6 +217,7 @@ ScreenRectangle Form::Desktop() const {
 void Form::setVisible(bool visible) {
     const bool comes_up = visible && !isVisible();
     const QPointer<Form> alive(this);
+    if (comes_up && state_to_come_) ApplyWindowState(*state_to_come_);
     QDialog::setVisible(visible);
     if (alive && !visible && modal_loop_) modal_loop_->quit();
     if (comes_up && alive && isVisible()) RunHandler([&] { Form_Activate(); });
@@ -220,8 +238,14 @@ void Form::closeEvent(QCloseEvent* event) {
     event->setAccepted(Unload(mode));
 }
 
+void Form::moveEvent(QMoveEvent* event) {
+    QDialog::moveEvent(event);
+    settled_.start();
+}
+
 void Form::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
+    settled_.start();
     RunHandler([&] { Form_Resize(); });
 }
 
@@ -233,6 +257,10 @@ void Form::changeEvent(QEvent* event) {
 /// A window that was never shown gets its size from its contents when it comes up.
 QSize Form::SizeNow() const { return testAttribute(Qt::WA_Resized) || isVisible() ? size() : sizeHint(); }
 
-QPoint Form::FrameOffset() const { return geometry().topLeft() - frameGeometry().topLeft(); }
+QRect Form::NormalRectangle() const { return {pos(), SizeNow()}; }
+
+void Form::RememberNormalRectangle() {
+    if (isVisible() && WindowState() == FormWindowState::kNormal) normal_ = NormalRectangle();
+}
 
 }  // namespace pellago

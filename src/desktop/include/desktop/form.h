@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QDialog>
+#include <QRect>
+#include <QTimer>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "platform/window_placement.h"
@@ -76,19 +79,26 @@ protected:
                                          std::int32_t lParam);
 
     void closeEvent(QCloseEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
     void ShowModal();
     QSize SizeNow() const;
-    QPoint FrameOffset() const;
+    void ApplyWindowState(FormWindowState state);
+    QRect NormalRectangle() const;
+    void RememberNormalRectangle();
 
     BorderStyle border_;
     std::int32_t hwnd_ = 0;
     bool unloading_ = false;
     std::string tag_;
     QPushButton* cancel_button_ = nullptr;
+    std::optional<FormWindowState> state_to_come_;  ///< of a form that is not visible
+    QRect normal_;  ///< the frame's corner, and the size inside it, when the form was neither minimised nor
+                    ///< maximised
+    QTimer settled_;
     QEventLoop* modal_loop_ = nullptr;  ///< while the form is shown modally
 };
 
