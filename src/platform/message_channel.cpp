@@ -59,7 +59,7 @@ template <class Call>
 int Addressing(Call call, int descriptor, const std::string& path) {
     const auto address = AddressOf(path);
     // The socket interface takes addresses of every kind through this type.
-    const auto* any = reinterpret_cast<const sockaddr*>(&address);  // NOLINT
+    const auto* any = reinterpret_cast<const sockaddr*>(&address);
     return call(descriptor, any, static_cast<socklen_t>(sizeof address)) == 0 ? 0 : errno;
 }
 
@@ -108,6 +108,11 @@ struct MessageChannel::State {
     std::list<UnsharedDescriptor> clients;
     QPointer<QSocketNotifier> notifier;  ///< owned by the application
 
+    State() = default;
+    ~State() { Close(); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
     bool IsOpen() const { return listener.IsOpen(); }
 
     void Listen();
@@ -116,7 +121,7 @@ struct MessageChannel::State {
     void ServeOne();
 
 private:
-    void Watch(int descriptor) const;
+    bool Watch(int descriptor) const;
     void Accept();
     void Answer(int descriptor);
 };
@@ -142,15 +147,15 @@ void MessageChannel::State::Listen() {
     }
     if (error != 0) Raise("No socket can be made in " + folder, error);
     file = FileOf(folder, number);
-    if (listen(listener.Get(), kBacklog) != 0) Raise(file + " cannot be listened to", errno);
-    Watch(listener.Get());
+    if (listen(listener.Get(), kBacklog) != 0 || !Watch(listener.Get()))
+        Raise(file + " cannot be listened to", errno);
 }
 
-void MessageChannel::State::Watch(int descriptor) const {
+bool MessageChannel::State::Watch(int descriptor) const {
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.fd = descriptor;
-    epoll_ctl(events.Get(), EPOLL_CTL_ADD, descriptor, &event);
+    return epoll_ctl(events.Get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
 void MessageChannel::State::Close() {
@@ -177,11 +182,7 @@ void MessageChannel::State::Accept() {
     const int client = accept4(listener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (client < 0) return;
     clients.emplace_back(client);
-    if (!PeerIsSameUser(client)) {
-        clients.pop_back();
-        return;
-    }
-    Watch(client);
+    if (!PeerIsSameUser(client) || !Watch(client)) clients.pop_back();
     if (clients.size() > kMostSilent) clients.pop_front();
 }
 

@@ -39,9 +39,10 @@ public:
     }
 
     bool Remove(std::int32_t hwnd) {
-        const bool removed = table_.erase(hwnd) > 0;
+        // The procedure ends when the table is in order: what it holds may have windows too.
+        const auto removed = table_.extract(hwnd);
         if (table_.empty()) channel_.reset();
-        return removed;
+        return !removed.empty();
     }
 
     /// Null for a handle that is not in the table.
