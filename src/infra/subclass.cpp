@@ -108,14 +108,12 @@ std::int32_t cSubclass::CallOrigWndProc(std::int32_t hwnd, std::int32_t uMsg, st
 
 void cSubclass::Subclass(std::int32_t hwnd, iSubclass& Owner) {
     const auto hook = std::make_shared<Hook>(Hook{hwnd, nullptr, lists_, &Owner, Owner.lifetime_.Watch()});
-    // A window that has this object's procedure already must not get it as its own previous one.
-    if (hook_ && hook_->window == hwnd) hook_->PutBack();
     hook->previous = SetWindowProcedure(
         hwnd, [hook](std::int32_t window, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam) {
             return hook->Procedure(window, uMsg, wParam, lParam);
         });
     if (!hook->previous) return;
-    if (hook_ && hook_->window != hwnd) hook_->PutBack();
+    // What stays on the window before, which may be the same one, passes everything on.
     if (hook_) hook_->lists.reset();
     hook_ = hook;
 }

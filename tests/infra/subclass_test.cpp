@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/window_messages.h"
+#include "support/support.h"
 
 namespace pellago {
 namespace {
@@ -55,6 +56,8 @@ protected:
         return seen_;
     }
 
+    const test::TempDir folder_;
+    const test::EnvVar runtime_folder_{"XDG_RUNTIME_DIR", folder_.Path().string()};
     Seen seen_;
     const std::int32_t window_ =
         CreateWindowHandle([this](std::int32_t, std::int32_t uMsg, std::int32_t wParam, std::int32_t) {
@@ -183,8 +186,9 @@ TEST_F(ASubclassedWindow, IsReplacedByAnotherAndByNoneThatIsNotThere) {
 TEST_F(ASubclassedWindow, StillAnswersWhenTwoEndInTheWrongOrder) {
     cSubclass above;
     above.Subclass(window_, *owner_);
-    subclass_.reset();
+    subclass_->UnSubclass();
     above.UnSubclass();
+    subclass_->AddMsg(kEvery, kBefore);
     EXPECT_THAT(Sent(), ElementsAre("window 5:7"));
 }
 

@@ -1,11 +1,13 @@
 #include "platform/file_replacement.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <csignal>
 #include <filesystem>
+#include <iterator>
 #include <string>
 
 #include "support/child.h"
@@ -91,6 +93,16 @@ TEST_F(AReplacedFile, IsLeftAloneAndNamedWhenItCannotBeWritten) {
     const auto missing = folder / "missing/file";
     EXPECT_EQ(ThrownBy([&] { ReplaceFile(missing, "x", kAllReadAndWrite); }).text,
               missing + " cannot be written: No such file or directory");
+    test::Child limited([&] {
+        constexpr rlimit kTenBytes{10, 10};
+        if (setrlimit(RLIMIT_FSIZE, &kTenBytes) != 0) _exit(1);
+        std::signal(SIGXFSZ, SIG_IGN);
+        _exit(ThrownBy([&] { ReplaceFile(folder / "new", std::string(11, 'x'), kAllReadAndWrite); }).text ==
+                      (folder / "new") + " cannot be written: File too large"
+                  ? 0
+                  : 1);
+    });
+    EXPECT_EQ(limited.Wait(), 0);
     EXPECT_EQ(Files(), 1);
 }
 

@@ -130,10 +130,11 @@ public:
 
     bool IsConnected() const { return connected_; }
     void Send(const std::string& bytes) const { send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
-    /// Waits for the connection's end.
+    /// Waits for the connection's end; true when nothing came before it.
     bool IsDropped() const {
         pollfd end{socket_, POLLIN, 0};
-        return poll(&end, 1, 5000) == 1 && (end.revents & POLLHUP) != 0;
+        char byte = 0;
+        return poll(&end, 1, 5000) == 1 && recv(socket_, &byte, 1, MSG_DONTWAIT) <= 0;
     }
 
 private:
