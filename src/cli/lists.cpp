@@ -1,9 +1,11 @@
 #include <filesystem>
 
+#include "cli/exit_status.h"
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
 #include "database.h"
-#include "replace_file.h"
+#include "platform/file_replacement.h"
+#include "platform/run_time_error.h"
 #include "subscriptions.h"
 
 namespace pellago::cli {
@@ -47,6 +49,15 @@ Added AddList(Subscriptions& subscriptions, const SubscriptionList& list) {
     return added;
 }
 
+void WriteList(const std::string& path, const std::string& text) {
+    constexpr auto kAllReadAndWrite = static_cast<std::filesystem::perms>(0666);
+    try {
+        ReplaceFile(path, text, kAllReadAndWrite);
+    } catch (const RunTimeError& error) {
+        throw Failure(ExitStatus::kNotWritable, error.Description());
+    }
+}
+
 }  // namespace
 
 ExitStatus ImportList(const Context& context, const std::string& path) {
@@ -66,7 +77,7 @@ ExitStatus ExportList(const Context& context, const std::string& path) {
     if (path == "-")
         context.out << text;
     else
-        ReplaceFile(path, text);
+        WriteList(path, text);
     return ExitStatus::kAllWell;
 }
 

@@ -10,7 +10,7 @@ struct cTimer::State {
     bool busy = false;
     std::uint32_t start_tick_count = 0;
     iTimer* owner = nullptr;
-    std::weak_ptr<bool> owner_alive;
+    std::weak_ptr<const bool> owner_alive;
 
     void Tick(std::uint32_t tick_count) {
         if (busy) return;
@@ -22,9 +22,6 @@ struct cTimer::State {
     }
 };
 
-iTimer::iTimer() : alive_(std::make_shared<bool>(true)) {}
-iTimer::~iTimer() = default;
-
 cTimer::cTimer() : state_(std::make_shared<State>()) {}
 
 cTimer::~cTimer() { KillTimer(state_->timer_id); }
@@ -32,7 +29,7 @@ cTimer::~cTimer() { KillTimer(state_->timer_id); }
 void cTimer::start(std::int32_t nInterval, iTimer& Owner) {
     state_->start_tick_count = GetTickCount();
     state_->owner = &Owner;
-    state_->owner_alive = Owner.alive_;
+    state_->owner_alive = Owner.lifetime_.Watch();
     // The callback knows its own timer: one that was forgotten by a second start must end with the object
     // too.
     auto own_id = std::make_shared<std::int32_t>(0);

@@ -4,14 +4,16 @@
 #include <functional>
 #include <memory>
 
+#include "infra/lifetime.h"
+
 namespace pellago {
 
 /// Implemented by the owners of timers. A timer does not keep its owner alive, and fires no more once it is
 /// gone.
 class iTimer {
 public:
-    iTimer();
-    virtual ~iTimer();
+    iTimer() = default;
+    virtual ~iTimer() = default;
     iTimer(const iTimer&) = delete;
     iTimer& operator=(const iTimer&) = delete;
 
@@ -21,7 +23,7 @@ public:
 
 private:
     friend class cTimer;
-    std::shared_ptr<bool> alive_;
+    Lifetime lifetime_;
 };
 
 /// A periodic timer that calls its owner's iTimer_Fire. Ticks that come while the owner is still inside a

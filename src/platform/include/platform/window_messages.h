@@ -7,12 +7,13 @@
 // procedure that gets the messages sent to it.
 namespace pellago {
 
-/// Gets a message and answers it. What it throws is lost, and the answer is 0.
+/// Gets a message and answers it. What it throws is lost, and the answer is 0, as it is with no procedure.
 using WindowProcedure = std::function<std::int32_t(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
                                                    std::int32_t lParam)>;
 
-/// Enters a window into the table; the handle is above 0. Other processes reach it while the message loop
-/// runs, unless the runtime folder cannot be used: then only this process does. Throws RunTimeError when 511
+/// Enters a window into the table; the handle is above 0, and not used again soon after its window. Other
+/// processes reach it while the message loop runs. Where there was no message loop or no usable runtime
+/// folder when the process's first window was made, only this process does. Throws RunTimeError when 511
 /// windows are there already.
 std::int32_t CreateWindowHandle(WindowProcedure procedure);
 
@@ -24,9 +25,10 @@ bool DestroyWindowHandle(std::int32_t hwnd);
 WindowProcedure SetWindowProcedure(std::int32_t hwnd, WindowProcedure procedure);
 
 /// Sends a message and waits for the answer. A window of this process gets it as a direct call. One of
-/// another process of the same user gets it from that process's message loop; messages that arrive here
-/// meanwhile are answered, so that two processes can send to each other at once. 0 at once for a window that
-/// is not there, and after 5 seconds for one that does not answer.
+/// another process of the same user gets it from that process's message loop; the loop here does not turn
+/// meanwhile, but messages that arrive are answered, so that two processes can send to each other at once. 0
+/// at once for a window that is not there, and after 5 seconds for one that does not answer; such a one may
+/// still get the message later.
 std::int32_t SendMessage(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam);
 
 }  // namespace pellago
