@@ -3,10 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <future>
 #include <system_error>
-#include <thread>
-#include <utility>
 
 #include "platform/shell_execute.h"
 
@@ -15,6 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
+using Clock = std::chrono::steady_clock;
 
 constexpr auto kLimit = 5s;
 
@@ -25,44 +23,52 @@ QString FileUrl(const std::string& file) {
     return u"file://"_s + QString::fromLatin1(QByteArray::fromStdString(path).toPercentEncoding("/"));
 }
 
-QDBusConnection Connect(const QString& bus, const QString& name) {
-    return bus.isEmpty() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
-                         : QDBusConnection::connectToBus(bus, name);
+QString SessionBusAddress() {
+    const auto named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    return named.isEmpty() ? u"unix:path="_s + qEnvironmentVariable("XDG_RUNTIME_DIR") + u"/bus"_s : named;
 }
 
-/// Over a connection of its own, because the bus may have come or changed since the last call.
-std::int32_t AskFileManager(const QString& bus_address, const QString& file_url) {
-    static std::atomic<int> calls = 0;
-    const auto name = u"pellago-file-properties-%1"_s.arg(++calls);
-    auto result = shell_result::kNoAssociation;
-    {
-        const auto bus = Connect(bus_address, name);
-        auto call = QDBusMessage::createMethodCall(
-            u"org.freedesktop.FileManager1"_s, u"/org/freedesktop/FileManager1"_s,
-            u"org.freedesktop.FileManager1"_s, u"ShowItemProperties"_s);
-        call << QStringList{file_url} << QString();
-        constexpr auto kMilliseconds = static_cast<int>(std::chrono::milliseconds(kLimit).count());
-        if (bus.isConnected() &&
-            bus.call(call, QDBus::Block, kMilliseconds).type() == QDBusMessage::ReplyMessage)
-            result = shell_result::kSuccess;
+/// A connection of its own to the session bus, which may have come or changed since the last call. The bus is
+/// greeted from here: the library's own greeting knows no limit.
+class SessionBus final {
+public:
+    SessionBus() : name_(NewName()), bus_(QDBusConnection::connectToPeer(SessionBusAddress(), name_)) {}
+    ~SessionBus() { QDBusConnection::disconnectFromPeer(name_); }
+    SessionBus(const SessionBus&) = delete;
+    SessionBus& operator=(const SessionBus&) = delete;
+
+    bool Greet() {
+        return bus_.isConnected() &&
+               Answers(QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                                      u"org.freedesktop.DBus"_s, u"Hello"_s));
     }
-    QDBusConnection::disconnectFromBus(name);
-    return result;
-}
+
+    bool Answers(const QDBusMessage& call) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end_ - Clock::now());
+        return left > 0ms && bus_.call(call, QDBus::Block, static_cast<int>(left.count())).type() ==
+                                 QDBusMessage::ReplyMessage;
+    }
+
+private:
+    static QString NewName() {
+        static std::atomic<int> connections = 0;
+        return u"pellago-file-properties-%1"_s.arg(++connections);
+    }
+
+    Clock::time_point end_ = Clock::now() + kLimit;
+    QString name_;
+    QDBusConnection bus_;
+};
 
 }  // namespace
 
 std::int32_t ShellShowProperties(const std::string& file) {
-    // In a thread that can be left behind: connecting to a bus that has stopped answering knows no limit.
-    std::packaged_task<std::int32_t(QString, QString)> ask(AskFileManager);
-    auto result = ask.get_future();
-    try {
-        std::thread(std::move(ask), qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), FileUrl(file)).detach();
-    } catch (const std::system_error&) {
-        return shell_result::kOutOfMemory;
-    }
-    return result.wait_for(kLimit) == std::future_status::ready ? result.get()
-                                                                : shell_result::kConversationTimeout;
+    auto call =
+        QDBusMessage::createMethodCall(u"org.freedesktop.FileManager1"_s, u"/org/freedesktop/FileManager1"_s,
+                                       u"org.freedesktop.FileManager1"_s, u"ShowItemProperties"_s);
+    call << QStringList{FileUrl(file)} << QString();
+    SessionBus bus;
+    return bus.Greet() && bus.Answers(call) ? shell_result::kSuccess : shell_result::kNoAssociation;
 }
 
 }  // namespace pellago

@@ -41,6 +41,7 @@ public:
     std::pair<int, pid_t> Spawn(const std::vector<std::string>& command) const {
         if (error_ != 0) return {error_, 0};
         std::vector<char*> arguments;
+        arguments.reserve(command.size() + 1);
         for (const auto& each : command) arguments.push_back(const_cast<char*>(each.c_str()));
         arguments.push_back(nullptr);
         pid_t id = 0;

@@ -73,11 +73,10 @@ TEST_F(Shell, TellsWhyAFolderOrDocumentDidNotOpenAndOfALinkOnlyAFew) {
     const struct {
         const char* end;
         Thrown folder, link;
-    } cases[] = {{"exit 0", kNothing, kNothing},
-                 {"exit 1", incomplete, kNothing},
-                 {"exit 2", kFileNotFound, kNothing},
-                 {"exit 3", kNoAssociation, kNothing},
-                 {"exit 4", failed, failed}};
+    } cases[] = {{"exit 0", kNothing, kNothing},      {"exit 1", incomplete, kNothing},
+                 {"exit 2", kFileNotFound, kNothing}, {"exit 3", kNoAssociation, kNothing},
+                 {"exit 4", failed, failed},          {"exit 127", failed, failed},
+                 {"kill -9 $$", failed, failed}};
     for (const auto& item : cases) {
         opener_.EndsWith(item.end);
         EXPECT_EQ(ThrownBy([&] { shell_.OpenFolder(folder_ / "sub"); }), item.folder) << item.end;

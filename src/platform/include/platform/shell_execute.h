@@ -41,7 +41,8 @@ std::int32_t ShellExecute(const std::string& verb, const std::string& file, cons
 bool CreateProcessAndWait(const std::string& file, const std::string& parameters,
                           const std::string& directory);
 
-/// Asks the desktop's file manager for a file's property sheet. It has 5 seconds to show it.
+/// Asks the desktop's file manager for a file's property sheet. It has 5 seconds to show it, and every
+/// failure is kNoAssociation.
 std::int32_t ShellShowProperties(const std::string& file);
 
 }  // namespace pellago
