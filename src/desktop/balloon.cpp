@@ -34,7 +34,9 @@ static QDBusArgument& operator<<(QDBusArgument& argument, const NotificationPict
 }
 
 // The bus's types are read as well as written; nobody sends us a picture.
-static const QDBusArgument& operator>>(const QDBusArgument& argument, NotificationPicture&) { return argument; }
+static const QDBusArgument& operator>>(const QDBusArgument& argument, NotificationPicture&) {
+    return argument;
+}
 
 }  // namespace pellago
 

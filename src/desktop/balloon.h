@@ -11,16 +11,16 @@
 
 namespace pellago {
 
-/// The balloon of one icon: a notification of the desktop's service for them, or, where none runs, of the tray.
-/// There is one at a time; a newer one takes the older one's place.
+/// The balloon of one icon: a notification of the desktop's service for them, or, where none runs, of the
+/// tray. There is one at a time; a newer one takes the older one's place.
 class Balloon final : public QObject {
     Q_OBJECT
 
 public:
     struct Content {
         QString title;
-        QString text;             ///< empty: no balloon
-        std::uint32_t kind = 0;   ///< NIIF_…
+        QString text;               ///< empty: no balloon
+        std::uint32_t kind = 0;     ///< NIIF_…
         std::uint32_t timeout = 0;  ///< ms; 0: as the service likes
     };
 

@@ -12,8 +12,8 @@ namespace pellago {
 class TrayHost;
 class TrayIcon;
 
-/// The notification area of the desktop that the program runs on. On a platform without one it answers the same
-/// and shows nothing.
+/// The notification area of the desktop that the program runs on. On a platform without one it answers the
+/// same and shows nothing.
 class DesktopShell final : public NotificationShell {
 public:
     /// Lives until the application goes.

@@ -51,7 +51,9 @@ QIcon Draw(const std::string& name) {
     return icon;
 }
 
-bool IsHandle(std::int32_t handle) { return handle > 0 && static_cast<std::size_t>(handle) <= Names().size(); }
+bool IsHandle(std::int32_t handle) {
+    return handle > 0 && static_cast<std::size_t>(handle) <= Names().size();
+}
 
 const std::string& NameOf(std::int32_t handle) { return Names()[static_cast<std::size_t>(handle) - 1]; }
 
@@ -85,7 +87,8 @@ std::int32_t LoadIcon(const std::string& name) {
     const auto found = std::find(names.begin(), names.end(), name);
     if (found != names.end()) return static_cast<std::int32_t>(found - names.begin()) + 1;
     if (!QFile::exists(ResourcePath(name)))
-        throw RunTimeError(error_number::kInvalidProcedureCall, "LoadIcon", "There is no icon named \"" + name + "\"");
+        throw RunTimeError(error_number::kInvalidProcedureCall, "LoadIcon",
+                           "There is no icon named \"" + name + "\"");
     names.push_back(name);
     return static_cast<std::int32_t>(names.size());
 }

@@ -70,7 +70,9 @@ bool Shell_NotifyIconA(std::uint32_t message, const NOTIFYICONDATAA& data) {
     return Notify(message, Decode(data, kOldNotifyIconSizeA));
 }
 
-bool SetNotifyIconMenu(std::int32_t hwnd, std::int32_t id, QMenu* menu) { return Shell().SetMenu(hwnd, id, menu); }
+bool SetNotifyIconMenu(std::int32_t hwnd, std::int32_t id, QMenu* menu) {
+    return Shell().SetMenu(hwnd, id, menu);
+}
 
 bool NotificationAreaAvailable() { return Shell().AreaAvailable(); }
 

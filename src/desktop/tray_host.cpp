@@ -23,17 +23,15 @@ QString WatcherPath() { return QStringLiteral("/StatusNotifierWatcher"); }
 
 TrayHost::TrayHost(std::function<void()> changed) : changed_(std::move(changed)) {
     if (const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
-        xembed_ = std::make_unique<XembedTray>(
-            x11->connection(),
-            [this] { QMetaObject::invokeMethod(this, &TrayHost::Update, Qt::QueuedConnection); });
+        xembed_ = std::make_unique<XembedTray>(x11->connection(), [this] {
+            QMetaObject::invokeMethod(this, &TrayHost::Update, Qt::QueuedConnection);
+        });
     ListenOnBus();
 }
 
 TrayHost::~TrayHost() = default;
 
-bool TrayHost::Available() const {
-    return SpeaksXembed() ? xembed_->Present() : Found() && bus_host_;
-}
+bool TrayHost::Available() const { return SpeaksXembed() ? xembed_->Present() : Found() && bus_host_; }
 
 void TrayHost::ListenOnBus() {
     auto bus = QDBusConnection::sessionBus();
@@ -56,8 +54,8 @@ void TrayHost::AskWatcher() {
         Watcher(), WatcherPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     question << Watcher() << QStringLiteral("IsStatusNotifierHostRegistered");
     question.setAutoStartService(false);
-    auto* answer = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(question, kAnswerTime), this);
+    auto* answer =
+        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question, kAnswerTime), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply(*answer);

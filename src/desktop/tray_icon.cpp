@@ -30,8 +30,9 @@ QSystemTrayIcon::MessageIcon MessageIcon(std::uint32_t kind) {
 TrayIcon::TrayIcon(std::int32_t hwnd, std::int32_t id, const TrayHost* host)
     : hwnd_(hwnd), id_(id), host_(host) {
     if (host_)
-        balloon_ = std::make_unique<Balloon>([this](std::int32_t code) { Tell({code}); },
-                                             [this](const Balloon::Content& content) { return ShowMessage(content); });
+        balloon_ = std::make_unique<Balloon>(
+            [this](std::int32_t code) { Tell({code}); },
+            [this](const Balloon::Content& content) { return ShowMessage(content); });
 }
 
 TrayIcon::~TrayIcon() = default;
@@ -125,7 +126,8 @@ void TrayIcon::OnActivated(QSystemTrayIcon::ActivationReason reason) {
 
 bool TrayIcon::ShowMessage(const Balloon::Content& content) {
     if (!tray_ || hidden_) return false;
-    tray_->showMessage(content.title, content.text, MessageIcon(content.kind), static_cast<int>(content.timeout));
+    tray_->showMessage(content.title, content.text, MessageIcon(content.kind),
+                       static_cast<int>(content.timeout));
     return true;
 }
 

@@ -11,7 +11,8 @@ namespace pellago {
 /// Knows whether a tray of the XEmbed kind is there, from the X server's own events.
 class XembedTray final : public QAbstractNativeEventFilter {
 public:
-    /// `changed` is called from inside the handling of an event of the X server: it must not do more than post.
+    /// `changed` is called from inside the handling of an event of the X server: it must not do more than
+    /// post.
     XembedTray(xcb_connection_t* connection, std::function<void()> changed);
     ~XembedTray() override;
     XembedTray(const XembedTray&) = delete;

@@ -102,8 +102,8 @@ public:
 bool Shell_NotifyIconW(std::uint32_t message, const NOTIFYICONDATAW& data);
 bool Shell_NotifyIconA(std::uint32_t message, const NOTIFYICONDATAA& data);
 
-/// The menu that the desktop opens by itself when the icon is clicked with the right button; null for none. It
-/// stays the caller's, who may delete it at any time. False for an icon that is not there.
+/// The menu that the desktop opens by itself when the icon is clicked with the right button; null for none.
+/// It stays the caller's, who may delete it at any time. False for an icon that is not there.
 bool SetNotifyIconMenu(std::int32_t hwnd, std::int32_t id, QMenu* menu);
 
 /// Whether icons are to be seen now: some panel shows them. Known soon after the first question or icon.
@@ -114,8 +114,8 @@ void OnNotificationAreaChange(std::function<void()> listener);
 /// For shells: tells the listener.
 void NotificationAreaChanged();
 
-/// Puts another shell in the place of the desktop's; null brings that back. Icons stay with the shell that got
-/// them.
+/// Puts another shell in the place of the desktop's; null brings that back. Icons stay with the shell that
+/// got them.
 void UseNotificationShell(NotificationShell* shell);
 
 }  // namespace pellago
