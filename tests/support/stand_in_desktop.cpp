@@ -3,6 +3,7 @@
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
@@ -21,18 +22,27 @@ const auto kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
 const auto kItem = QStringLiteral("org.kde.StatusNotifierItem");
 const auto kItemPath = QStringLiteral("/StatusNotifierItem");
 const auto kMenu = QStringLiteral("com.canonical.dbusmenu");
+const auto kNotificationsPath = QStringLiteral("/org/freedesktop/Notifications");
 const auto kNotifications = QStringLiteral("org.freedesktop.Notifications");
+
+// Signals are sent by hand: QtDBus would pass on those of an object's end, from the wrong thread.
+constexpr auto kExported = QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties;
+
+QDBusMessage ClosedSignal(uint id, uint reason) {
+    return QDBusMessage::createSignal(kNotificationsPath, kNotifications,
+                                      QStringLiteral("NotificationClosed"))
+           << id << reason;
+}
 
 /// Owns a name on the bus, whose object lives in another thread.
 class Service final {
 public:
     Service(const QString& name, const QString& path, std::unique_ptr<QObject> object)
         : name_(name), object_(std::move(object)), bus_(Connect(name)) {
+        if (!bus_.registerObject(path, object_.get(), kExported) || !bus_.registerService(name))
+            throw std::runtime_error("cannot serve " + name.toStdString());
         object_->moveToThread(&thread_);
         thread_.start();
-        if (!bus_.registerObject(path, object_.get(), QDBusConnection::ExportAllContents) ||
-            !bus_.registerService(name))
-            throw std::runtime_error("cannot serve " + name.toStdString());
     }
     ~Service() {
         bus_.unregisterService(name_);
@@ -98,7 +108,7 @@ private:
     QStringList items_;
 };
 
-class Notifications final : public QObject {
+class Notifications final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 
@@ -123,11 +133,8 @@ public Q_SLOTS:
             const std::lock_guard lock(mutex);
             closed.push_back(id);
         }
-        Q_EMIT NotificationClosed(id, 3);
+        connection().send(ClosedSignal(id, 3));
     }
-
-Q_SIGNALS:
-    void NotificationClosed(uint id, uint reason);
 
 private:
     QStringList capabilities_;
@@ -175,7 +182,7 @@ struct StandInTray::State {
     std::vector<MenuEntry> Entries(const QString& item) const {
         const auto layout =
             service.Ask(item, MenuPath(item), kMenu, QStringLiteral("GetLayout"), {0, 1, QStringList{}}, 1);
-        return EntriesOf(layout.value<QDBusArgument>());
+        return layout.isValid() ? EntriesOf(layout.value<QDBusArgument>()) : std::vector<MenuEntry>();
     }
 };
 
@@ -250,15 +257,7 @@ void StandInTray::ChooseFromMenu(const QString& label) const {
 struct StandInNotifications::State {
     explicit State(const QStringList& capabilities)
         : object(new Notifications(capabilities)),
-          service(kNotifications, QStringLiteral("/org/freedesktop/Notifications"),
-                  std::unique_ptr<QObject>(object)) {}
-
-    void Signal(const QString& name, const QVariantList& arguments) const {
-        auto signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/Notifications"),
-                                                 kNotifications, name);
-        signal.setArguments(arguments);
-        service.Bus().send(signal);
-    }
+          service(kNotifications, kNotificationsPath, std::unique_ptr<QObject>(object)) {}
 
     Notifications* object;
     Service service;
@@ -280,11 +279,13 @@ std::vector<uint> StandInNotifications::Closed() const {
 }
 
 void StandInNotifications::InvokeAction(uint id, const QString& action) const {
-    state_->Signal(QStringLiteral("ActionInvoked"), {id, action});
+    state_->service.Bus().send(
+        QDBusMessage::createSignal(kNotificationsPath, kNotifications, QStringLiteral("ActionInvoked"))
+        << id << action);
 }
 
 void StandInNotifications::TellClosed(uint id, uint reason) const {
-    state_->Signal(QStringLiteral("NotificationClosed"), {id, reason});
+    state_->service.Bus().send(ClosedSignal(id, reason));
 }
 
 }  // namespace pellago::test
