@@ -10,6 +10,7 @@
 #include <QDBusServiceWatcher>
 #include <QIcon>
 #include <QImage>
+#include <QSize>
 #include <QStyle>
 #include <algorithm>
 #include <limits>
@@ -45,7 +46,7 @@ Q_DECLARE_METATYPE(pellago::NotificationPicture)
 namespace pellago {
 namespace {
 
-constexpr int kPictureSize = 48;
+constexpr QSize kPictureSize(48, 48);
 constexpr int kTrayTime = 10000;  // ms
 
 // Why a notification was closed.
@@ -138,6 +139,7 @@ void Balloon::Next() {
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusPendingReply<QStringList> reply(*answer);
+        if (wish_->text.isEmpty()) return Next();
         if (!reply.isError()) return Notify(reply.value());
         ShowInTray(*std::exchange(wish_, std::nullopt));
         Next();
@@ -146,10 +148,6 @@ void Balloon::Next() {
 
 void Balloon::Notify(const QStringList& capabilities) {
     const auto content = *std::exchange(wish_, std::nullopt);
-    if (content.text.isEmpty()) {
-        Remove();
-        return Next();
-    }
     const bool markup = capabilities.contains(QStringLiteral("body-markup"));
     // Services that know no actions make dialogs of them.
     const auto actions = capabilities.contains(QStringLiteral("actions"))
@@ -179,7 +177,7 @@ void Balloon::OnNotified(const Content& content) {
 }
 
 void Balloon::ShowInTray(const Content& content) {
-    if (!show_in_tray_(content) || content.text.isEmpty()) return;
+    if (!show_in_tray_(content)) return;
     in_tray_.start(content.timeout == 0 ? kTrayTime : ExpireTime(content.timeout));
     tell_(NIN_BALLOONSHOW);
 }

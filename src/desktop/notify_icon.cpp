@@ -1,6 +1,8 @@
 #include "desktop/notify_icon.h"
 
+#include <QByteArrayView>
 #include <QString>
+#include <QStringDecoder>
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -22,14 +24,19 @@ std::function<void()>& Listener() {
 
 NotificationShell& Shell() { return replacement ? *replacement : DesktopShell::Instance(); }
 
+// What a cut at the field's end left of a character is dropped.
+QString Decoded(const char* text, qsizetype length) {
+    QStringDecoder decode(QStringDecoder::Utf8);
+    return decode(QByteArrayView(text, length));
+}
+QString Decoded(const char16_t* text, qsizetype length) {
+    const bool cut = length > 0 && QChar::isHighSurrogate(text[length - 1]);
+    return QString::fromUtf16(text, cut ? length - 1 : length);
+}
+
 template <class Char>
 std::string Text(const Char* field, std::size_t size) {
-    const auto length = std::find(field, field + size, Char{}) - field;
-    // Also what a cut at the field's end left of a character is valid UTF-8 after this.
-    if constexpr (sizeof(Char) == 1)
-        return QString::fromUtf8(field, length).toStdString();
-    else
-        return QString::fromUtf16(field, length).toStdString();
+    return Decoded(field, std::find(field, field + size, Char{}) - field).toStdString();
 }
 
 template <class Char>

@@ -94,11 +94,13 @@ TEST(NotifyIcon, ReadsNoMoreThanTheSizeSays) {
     EXPECT_EQ(shell.last.flags, NIF_MESSAGE | NIF_ICON | NIF_TIP);
     EXPECT_EQ(shell.last.info + shell.last.info_title, "");
 
-    // The cut goes through a character of two bytes.
+    // The cut goes through a character of two bytes, or of two units.
     auto narrow = Filled<NOTIFYICONDATAA>(std::string(63, 'n') + "ü");
     narrow.cbSize = kOldNotifyIconSizeA;
     Shell_NotifyIconA(NIM_MODIFY, narrow);
-    EXPECT_EQ(shell.last.tip, std::string(63, 'n') + "\uFFFD");
+    EXPECT_EQ(shell.last.tip, std::string(63, 'n'));
+    Shell_NotifyIconW(NIM_MODIFY, Filled<NOTIFYICONDATAW>(std::u16string(127, u'w') + u'\xD83D'));
+    EXPECT_EQ(shell.last.tip, std::string(127, 'w'));
 
     shell.messages.clear();
     for (const std::uint32_t size : {0U, 88U, 151U, 488U, 937U}) {

@@ -152,8 +152,13 @@ TEST_F(AStatusNotifierTray, SendsBalloonsAndTellsWhatBecomesOfThem) {
     EXPECT_EQ(first.body.toStdString(), "&lt;new&gt; &amp; old");
     EXPECT_EQ(first.actions.value(0).toStdString(), "default");
     EXPECT_EQ(first.timeout, 5000);
-    EXPECT_EQ(first.hints.value(QStringLiteral("image-data")).value<QDBusArgument>().currentSignature(),
-              QStringLiteral("(iiibiiay)"));
+    const auto picture = first.hints.value(QStringLiteral("image-data")).value<QDBusArgument>();
+    EXPECT_EQ(picture.currentSignature().toStdString(), "(iiibiiay)");
+    int width = 0, height = 0;
+    picture.beginStructure();
+    picture >> width >> height;
+    EXPECT_EQ(width, height);
+    EXPECT_GE(width, 32);
 
     service->InvokeAction(first.id + 1, QStringLiteral("default"));
     service->TellClosed(first.id + 1, 1);
