@@ -63,6 +63,15 @@ QDBusPendingCall Call(const QString& method, const QVariantList& arguments = {})
 
 void Close(uint id) { Call(QStringLiteral("CloseNotification"), {id}); }
 
+/// Closes a notification that is on its way as soon as it has a number.
+void CloseOnceKnown(const QDBusPendingCall& call) {
+    auto* answer = new QDBusPendingCallWatcher(call, QCoreApplication::instance());
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [answer] {
+        answer->deleteLater();
+        if (const QDBusPendingReply<uint> reply(*answer); !reply.isError()) Close(reply.value());
+    });
+}
+
 std::optional<QStyle::StandardPixmap> StandardPicture(std::uint32_t kind) {
     switch (kind) {
         case NIIF_INFO:
@@ -112,13 +121,7 @@ Balloon::Balloon(std::function<void(std::int32_t)> tell, std::function<bool(cons
 Balloon::~Balloon() {
     if (id_ != 0) Close(id_);
     if (in_tray_.isActive()) show_in_tray_({});
-    if (!call_) return;
-    // The notification that is on its way is closed as soon as it has a number.
-    auto* answer = new QDBusPendingCallWatcher(*call_, QCoreApplication::instance());
-    connect(answer, &QDBusPendingCallWatcher::finished, answer, [answer] {
-        answer->deleteLater();
-        if (const QDBusPendingReply<uint> reply(*answer); !reply.isError()) Close(reply.value());
-    });
+    if (call_) CloseOnceKnown(*call_);
 }
 
 void Balloon::Set(Content content) {

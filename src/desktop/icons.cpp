@@ -103,7 +103,7 @@ QIcon IconFromHandle(std::int32_t handle) {
 }
 
 QIcon TrayIconFromHandle(std::int32_t handle) {
-    const auto picture = IconFromHandle(handle);
+    auto picture = IconFromHandle(handle);
     if (picture.isNull()) return picture;
     const auto symbolic = QString::fromStdString(NameOf(handle)) + QStringLiteral("-symbolic");
     return QIcon::hasThemeIcon(symbolic) ? QIcon(new NamedIcon(picture, symbolic)) : picture;

@@ -89,7 +89,7 @@ TEST_F(AnXembedTray, DocksTheIconAlsoAgainAndTellsOfItsClicks) {
     panel.reset();
     EXPECT_TRUE(WaitUntil([] { return !NotificationAreaAvailable() && !IconOnScreen(); }, 10s));
     panel.emplace();
-    EXPECT_TRUE(WaitUntil(IconOnScreen, 10s));
+    EXPECT_TRUE(WaitUntil([&] { return changes.size() == 3 && IconOnScreen(); }, 10s));
     EXPECT_THAT(changes, testing::ElementsAre(true, false, true));
 
     QMenu menu;
