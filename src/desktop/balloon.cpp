@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
@@ -56,9 +57,12 @@ QString Service() { return QStringLiteral("org.freedesktop.Notifications"); }
 QString Path() { return QStringLiteral("/org/freedesktop/Notifications"); }
 
 QDBusPendingCall Call(const QString& method, const QVariantList& arguments = {}) {
+    const auto bus = QDBusConnection::sessionBus();
+    // Such a call would never be finished.
+    if (!bus.isConnected()) return QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, {}));
     auto call = QDBusMessage::createMethodCall(Service(), Path(), Service(), method);
     call.setArguments(arguments);
-    return QDBusConnection::sessionBus().asyncCall(call);
+    return bus.asyncCall(call);
 }
 
 void Close(uint id) { Call(QStringLiteral("CloseNotification"), {id}); }

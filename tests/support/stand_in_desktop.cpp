@@ -108,6 +108,19 @@ private:
     QStringList items_;
 };
 
+/// Of the picture data (iiibiiay) among the hints.
+QSize PictureSize(const QVariantMap& hints) {
+    const auto data = hints.value(QStringLiteral("image-data")).value<QDBusArgument>();
+    if (data.currentSignature() != QStringLiteral("(iiibiiay)")) return {};
+    int width = 0, height = 0, stride = 0, bits = 0, channels = 0;
+    bool alpha = false;
+    QByteArray bytes;
+    data.beginStructure();
+    data >> width >> height >> stride >> alpha >> bits >> channels >> bytes;
+    data.endStructure();
+    return bytes.size() == width * height * 4 ? QSize(width, height) : QSize();
+}
+
 class Notifications final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -125,7 +138,7 @@ public Q_SLOTS:
                 const QStringList& actions, const QVariantMap& hints, int timeout) {
         const std::lock_guard lock(mutex);
         const uint id = replaces != 0 ? replaces : ++last_id_;
-        sent.push_back({id, replaces, title, body, actions, hints, timeout});
+        sent.push_back({id, replaces, title, body, actions, PictureSize(hints), timeout});
         return id;
     }
     void CloseNotification(uint id) {
@@ -161,9 +174,12 @@ std::vector<MenuEntry> EntriesOf(const QDBusArgument& layout) {
         MenuEntry entry;
         item.beginStructure();
         item >> entry.id >> properties;
+        item.endStructure();
         entry.label = properties.value(QStringLiteral("label")).toString();
         entries.push_back(entry);
     }
+    layout.endArray();
+    layout.endStructure();
     return entries;
 }
 
@@ -211,7 +227,9 @@ QString StandInTray::Tip() const {
         tip.endStructure();
     }
     tip.endArray();
-    tip >> title;
+    QString text;
+    tip >> title >> text;
+    tip.endStructure();
     return title;
 }
 
@@ -232,6 +250,7 @@ QByteArray StandInTray::Picture() const {
         pictures.endStructure();
         if (bytes.size() > largest.size()) largest = bytes;
     }
+    pictures.endArray();
     return largest;
 }
 

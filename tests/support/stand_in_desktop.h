@@ -1,10 +1,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QSize>
 #include <QString>
 #include <QStringList>
-#include <QVariantList>
-#include <QVariantMap>
 #include <memory>
 #include <vector>
 
@@ -17,7 +16,7 @@ struct SentNotification {
     QString title;
     QString body;
     QStringList actions;
-    QVariantMap hints;
+    QSize picture;  ///< null without one
     int timeout = 0;
 };
 
