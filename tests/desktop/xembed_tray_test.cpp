@@ -61,9 +61,11 @@ void Press(QEvent::Type type, Qt::MouseButton button) {
     QApplication::sendEvent(TopLevel("QSystemTrayIconSys"), &event);
 }
 
-struct AnXembedTray : test::ATray {};
+struct AnXembedTray : test::ATray {
+    bool AddAndWait() { return Add(u"<b>Pellago</b>") && WaitUntil(IconOnScreen, 10s); }
+};
 
-TEST_F(AnXembedTray, DocksTheIconAlsoAgainAndTellsOfItsClicks) {
+TEST_F(AnXembedTray, DocksTheIconAndDocksItAgain) {
     std::vector<bool> changes;
     OnNotificationAreaChange([&] { changes.push_back(NotificationAreaAvailable()); });
     ASSERT_TRUE(Add(u"<b>Pellago</b>"));
@@ -72,40 +74,52 @@ TEST_F(AnXembedTray, DocksTheIconAlsoAgainAndTellsOfItsClicks) {
     std::optional<Trayer> panel(std::in_place);
     ASSERT_TRUE(WaitUntil(IconOnScreen, 10s));
     EXPECT_EQ(TopLevel("QSystemTrayIconSys")->toolTip().toStdString(), "<p>&lt;b&gt;Pellago&lt;/b&gt;</p>");
+    panel.reset();
+    EXPECT_TRUE(WaitUntil([&] { return changes.size() == 2 && !IconOnScreen(); }, 10s));
+    panel.emplace();
+    EXPECT_TRUE(WaitUntil([&] { return changes.size() == 3 && IconOnScreen(); }, 10s));
+    EXPECT_THAT(changes, testing::ElementsAre(true, false, true));
+}
 
+TEST_F(AnXembedTray, TellsOfClicksAndOpensItsMenuByItself) {
+    const Trayer panel;
+    ASSERT_TRUE(AddAndWait());
     Press(QEvent::MouseButtonPress, Qt::LeftButton);
     EXPECT_TRUE(Hears({WM_LBUTTONDOWN, WM_LBUTTONUP}));
     Press(QEvent::MouseButtonDblClick, Qt::LeftButton);
     EXPECT_TRUE(Hears({WM_LBUTTONDBLCLK, WM_LBUTTONUP}));
     Press(QEvent::MouseButtonPress, Qt::RightButton);
     EXPECT_TRUE(Hears({WM_RBUTTONDOWN, WM_RBUTTONUP}));
-    Balloon(u"title", u"text");
-    EXPECT_TRUE(Hears({NIN_BALLOONSHOW}));
-    ASSERT_NE(TopLevel("QBalloonTip"), nullptr) << "no service for notifications runs";
-    Balloon(u"", u"");
-    EXPECT_TRUE(Hears({NIN_BALLOONHIDE}));
-    EXPECT_EQ(TopLevel("QBalloonTip"), nullptr);
-
-    panel.reset();
-    EXPECT_TRUE(WaitUntil([] { return !NotificationAreaAvailable() && !IconOnScreen(); }, 10s));
-    panel.emplace();
-    EXPECT_TRUE(WaitUntil([&] { return changes.size() == 3 && IconOnScreen(); }, 10s));
-    EXPECT_THAT(changes, testing::ElementsAre(true, false, true));
 
     QMenu menu;
     menu.addAction(QStringLiteral("Open"));
     EXPECT_TRUE(SetNotifyIconMenu(window, 9, &menu));
-    ASSERT_TRUE(WaitUntil(IconOnScreen, 10s));
+    ASSERT_TRUE(WaitUntil([] { return TopLevel("QSystemTrayIconSys") && IconOnScreen(); }, 10s));
     Press(QEvent::MouseButtonPress, Qt::RightButton);
     EXPECT_TRUE(menu.isVisible());
     menu.close();
     test::PumpFor(50ms);
-    EXPECT_THAT(codes, testing::IsEmpty()) << "the menu opens by itself";
+    EXPECT_THAT(codes, testing::IsEmpty());
 
     on_code = [&](std::int32_t) { Delete(); };
     Press(QEvent::MouseButtonPress, Qt::LeftButton);
-    EXPECT_TRUE(Hears({WM_LBUTTONDOWN}));
+    EXPECT_TRUE(Hears({WM_LBUTTONDOWN})) << "the last of a deleted icon";
     EXPECT_TRUE(WaitUntil([] { return !IconOnScreen(); }, 10s));
+}
+
+TEST_F(AnXembedTray, ShowsBalloonsWhereNoServiceDoes) {
+    const Trayer panel;
+    ASSERT_TRUE(AddAndWait());
+    Balloon(u"title", u"text");
+    EXPECT_TRUE(Hears({NIN_BALLOONSHOW}));
+    ASSERT_NE(TopLevel("QBalloonTip"), nullptr);
+    Press(QEvent::MouseButtonPress, Qt::MiddleButton);
+    EXPECT_TRUE(Hears({NIN_BALLOONUSERCLICK}));
+    Balloon(u"title", u"text");
+    EXPECT_TRUE(Hears({NIN_BALLOONSHOW}));
+    Balloon(u"", u"");
+    EXPECT_TRUE(Hears({NIN_BALLOONHIDE}));
+    EXPECT_EQ(TopLevel("QBalloonTip"), nullptr);
 }
 
 }  // namespace
