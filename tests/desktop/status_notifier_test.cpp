@@ -194,6 +194,8 @@ TEST_F(AStatusNotifierTray, LeavesNoBalloonBehindHoweverQuicklyItGoes) {
     Balloon(u"t", u"two");
     EXPECT_TRUE(Hears({NIN_BALLOONSHOW}));
     EXPECT_EQ(service->Sent().back().body.toStdString(), "two");
+    service->TellClosed(service->Sent().back().id, 2);
+    EXPECT_TRUE(Hears({NIN_BALLOONTIMEOUT}));
     const auto sent = service->Sent().size();
     Balloon(u"t", u"three");
     ASSERT_TRUE(WaitForSent(sent + 1));

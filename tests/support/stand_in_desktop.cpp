@@ -136,9 +136,13 @@ public Q_SLOTS:
     QStringList GetCapabilities() const { return capabilities_; }
     uint Notify(const QString&, uint replaces, const QString&, const QString& title, const QString& body,
                 const QStringList& actions, const QVariantMap& hints, int timeout) {
-        const std::lock_guard lock(mutex);
         const uint id = replaces != 0 ? replaces : ++last_id_;
-        sent.push_back({id, replaces, title, body, actions, PictureSize(hints), timeout});
+        {
+            const std::lock_guard lock(mutex);
+            sent.push_back({id, replaces, title, body, actions, PictureSize(hints), timeout});
+        }
+        // Time for what a program may do before it knows the number.
+        QThread::msleep(30);
         return id;
     }
     void CloseNotification(uint id) {
