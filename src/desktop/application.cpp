@@ -4,6 +4,7 @@
 #include <array>
 #include <clocale>
 
+#include "desktop/icons.h"
 #include "desktop/message_box.h"
 
 namespace pellago {
@@ -20,6 +21,7 @@ std::array<char*, 2> arguments{program_name.data(), nullptr};
 Application::Application() : application_(std::make_unique<QApplication>(argument_count, arguments.data())) {
     QApplication::setApplicationName(QStringLiteral("Pellago"));
     QApplication::setDesktopFileName(QStringLiteral("pellagod"));
+    QApplication::setWindowIcon(IconFromHandle(LoadIcon("pellago")));
     // The program lives in the tray: no window that closes ends it.
     QApplication::setQuitOnLastWindowClosed(false);
     // Qt takes over the user's locale; numbers in files and statements keep their decimal point.
