@@ -82,13 +82,9 @@ void frmErrorMessage::AddButton(QPushButton* button, const char* name, const QSt
     buttons_->layout()->addWidget(button);
 }
 
-// A text box keeps line ends of its own.
-std::string frmErrorMessage::ErrorMessage() const {
-    return Replace(text_->toPlainText().toStdString(), "\n", kLineBreak);
-}
-
 void frmErrorMessage::ErrorMessage(const std::string& report) {
-    text_->setPlainText(QString::fromStdString(report + kLineBreak + "Version: " + ProgramVersionText()));
+    message_ = report + kLineBreak + "Version: " + ProgramVersionText();
+    text_->setPlainText(QString::fromStdString(message_));
 }
 
 void frmErrorMessage::Form_Activate() {
@@ -106,7 +102,7 @@ void frmErrorMessage::Answer(const std::string& tag) {
 
 void frmErrorMessage::Send() {
     const auto subject = Replace(title_caption_->text().toStdString(), " ", "%20");
-    CShell().OpenUrl(ReportMailLink(support_mail_, subject, ErrorMessage()));
+    CShell().OpenUrl(ReportMailLink(support_mail_, subject, message_));
 }
 
 std::int32_t ShowErrorMessage(const std::string& report, const std::string& support_mail) {
@@ -114,7 +110,6 @@ std::int32_t ShowErrorMessage(const std::string& report, const std::string& supp
     dialog.Load();
     dialog.ErrorMessage(report);
     dialog.SupportMail(support_mail);
-    dialog.BringToTop();
     dialog.Show(ShowMode::kModal);
     const auto answer = dialog.Tag();
     dialog.Unload();

@@ -7,6 +7,8 @@
 #include <QPushButton>
 #include <QScreen>
 #include <algorithm>
+#include <exception>
+#include <utility>
 
 #include "desktop/event_handler.h"
 #include "platform/run_time_error.h"
@@ -93,10 +95,17 @@ Form::~Form() {
 
 void Form::Load() {
     if (IsLoaded()) return;
-    hwnd_ = CreateWindowHandle([this](auto hwnd, auto message, auto w_param, auto l_param) {
-        return WindowProcedure(hwnd, message, w_param, l_param);
+    // Whoever hooks the window may hold on to its procedure for longer than the form lives.
+    const QPointer<QObject> alive(this);
+    hwnd_ = CreateWindowHandle([this, alive](auto hwnd, auto message, auto w_param, auto l_param) {
+        return alive ? WindowProcedure(hwnd, message, w_param, l_param) : 0;
     });
-    Form_Load();
+    try {
+        Form_Load();
+    } catch (const std::exception&) {
+        ForgetHandle();
+        throw;
+    }
 }
 
 void Form::Show(ShowMode mode) {
@@ -116,29 +125,36 @@ void Form::ShowModal() {
     const QPointer<Form> alive(this);
     show();
     // It may have been hidden while it came up, and destroyed by anything that happens in the loop.
-    if (alive && isVisible()) loop.exec(QEventLoop::DialogExec);
-    if (!alive) return;
-    modal_loop_ = nullptr;
+    if (alive && modal_loop_ == &loop) loop.exec(QEventLoop::DialogExec);
     // The loop also ends with the program.
-    hide();
+    if (alive && modal_loop_ == &loop) hide();
+}
+
+void Form::EndModalShow() {
+    if (!modal_loop_) return;
+    std::exchange(modal_loop_, nullptr)->quit();
     setWindowModality(Qt::NonModal);
+    StandAlone(*this);
 }
 
 bool Form::Unload(UnloadMode mode) {
     if (!IsLoaded() || unloading_) return true;
+    const QPointer<Form> alive(this);
     bool cancel = false;
     RunHandler([&] { Form_QueryUnload(cancel, mode); });
     // A question that was asked may have been overtaken by an unload that asks none.
-    if (!IsLoaded() || unloading_) return true;
+    if (!alive || !IsLoaded() || unloading_) return true;
     if (cancel) return false;
     unloading_ = true;
     RunHandler([&] { Form_Unload(); });
+    if (!alive) return true;
     hide();
-    DestroyWindowHandle(hwnd_);
-    hwnd_ = 0;
+    ForgetHandle();
     unloading_ = false;
     return true;
 }
+
+void Form::ForgetHandle() { DestroyWindowHandle(std::exchange(hwnd_, 0)); }
 
 void Form::BringToTop() {
     raise();
@@ -219,8 +235,10 @@ void Form::setVisible(bool visible) {
     const QPointer<Form> alive(this);
     if (comes_up && state_to_come_) ApplyWindowState(*state_to_come_);
     QDialog::setVisible(visible);
-    if (alive && !visible && modal_loop_) modal_loop_->quit();
-    if (comes_up && alive && isVisible()) RunHandler([&] { Form_Activate(); });
+    if (!visible) EndModalShow();
+    if (!comes_up) return;
+    RunHandler([&] { Form_Resize(); });
+    if (alive && isVisible()) RunHandler([&] { Form_Activate(); });
 }
 
 void Form::reject() {
@@ -243,15 +261,16 @@ void Form::moveEvent(QMoveEvent* event) {
     settled_.start();
 }
 
+// What happens to a form before it is up comes as one resize when it is.
 void Form::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
     settled_.start();
-    RunHandler([&] { Form_Resize(); });
+    if (isVisible()) RunHandler([&] { Form_Resize(); });
 }
 
 void Form::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
-    if (event->type() == QEvent::WindowStateChange) RunHandler([&] { Form_Resize(); });
+    if (isVisible() && event->type() == QEvent::WindowStateChange) RunHandler([&] { Form_Resize(); });
 }
 
 /// A window that was never shown gets its size from its contents when it comes up.

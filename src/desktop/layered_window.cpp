@@ -9,7 +9,7 @@
 namespace pellago {
 namespace {
 
-/// Cuts the colour key out of a window's image, and again when its size changes. A child of the window.
+/// Cuts the colour key out of a window's image whenever that changes. A child of the window.
 class ColorKey final : public QObject {
 public:
     ColorKey(QWidget& window, QRgb key) : QObject(&window), window_(window), key_(key) {
@@ -18,21 +18,30 @@ public:
     }
 
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Resize || event->type() == QEvent::Show) Cut();
+        // To render the image sends paint events too, and what was due before the window is first shown.
+        if (!cutting_ && (event->type() == QEvent::Resize || event->type() == QEvent::Show)) Cut();
+        if (!cutting_ && event->type() == QEvent::Paint)
+            QMetaObject::invokeMethod(this, &ColorKey::Cut, Qt::QueuedConnection);
         return QObject::eventFilter(watched, event);
     }
 
 private:
     void Cut() {
-        window_.clearMask();  // what it cuts away would not be drawn
+        cutting_ = true;
         QImage image(window_.size(), QImage::Format_RGB32);
         image.fill(key_);
-        window_.render(&image);
-        window_.setMask(QBitmap::fromImage(image.createMaskFromColor(key_, Qt::MaskInColor)));
+        window_.render(&image, {}, {},
+                       QWidget::DrawWindowBackground | QWidget::DrawChildren | QWidget::IgnoreMask);
+        const QRegion rest(QBitmap::fromImage(image.createMaskFromColor(key_, Qt::MaskInColor)));
+        // An empty mask would be none at all.
+        const auto mask = rest.isEmpty() ? QRegion(-1, -1, 1, 1) : rest;
+        if (mask != window_.mask()) window_.setMask(mask);
+        cutting_ = false;
     }
 
     QWidget& window_;
     QRgb key_;
+    bool cutting_ = false;
 };
 
 const QString kKeyName = QStringLiteral("ColorKey");

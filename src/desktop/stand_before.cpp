@@ -13,4 +13,8 @@ void StandBeforeActiveWindow(QWidget& window) {
     window.windowHandle()->setTransientParent(active->windowHandle());
 }
 
+void StandAlone(QWidget& window) {
+    if (auto* handle = window.windowHandle()) handle->setTransientParent(nullptr);
+}
+
 }  // namespace pellago

@@ -8,4 +8,7 @@ namespace pellago {
 /// a parent would take it along when it is destroyed.
 void StandBeforeActiveWindow(QWidget& window);
 
+/// Ends that.
+void StandAlone(QWidget& window);
+
 }  // namespace pellago

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include "platform/thread_timer.h"
+#include "support/wait_until.h"
 #include "support/while_modal.h"
 
 namespace pellago {
@@ -59,6 +60,11 @@ TEST_F(ATimedMessage, ClosesByItsButtonAndByEscape) {
     EXPECT_EQ(caption, "Ok (10)");
     test::WhileModal([&](QWidget& modal) { QTest::keyClick(&modal, Qt::Key_Escape); }, show);
     EXPECT_FALSE(form_.isVisible());
+    // Unloaded, it counts no more.
+    form_.Seconds(5);
+    form_.Unload();
+    test::PumpFor(std::chrono::milliseconds(1200));
+    EXPECT_EQ(Caption(), "Ok (10)");
 }
 
 TEST_F(ATimedMessage, CentresItsTextAlsoWhenThatIsTallerThanTheFrame) {

@@ -4,15 +4,19 @@
 
 #include <QPushButton>
 #include <QTest>
+#include <QWindow>
+#include <memory>
 
 #include "desktop/event_handler.h"
+#include "desktop/message_box.h"
 #include "infra/app_settings.h"
 #include "infra/form_restore.h"
-#include "platform/message_box.h"
+#include "platform/message_loop.h"
 #include "platform/run_time_error.h"
 #include "platform/window_messages.h"
 #include "support/support.h"
 #include "support/thrown.h"
+#include "support/wait_until.h"
 #include "support/while_modal.h"
 
 namespace pellago {
@@ -28,13 +32,18 @@ public:
     }
 
     std::vector<std::string> Told() { return std::exchange(told_, {}); }
+    std::function<void()> on_load;
+    std::function<void()> on_resize;
     std::function<void(bool& cancel)> on_query;
     std::function<void()> on_unload;
     std::function<void()> on_activate;
     bool tell_resize = false;
 
 private:
-    void Form_Load() override { told_.emplace_back("load"); }
+    void Form_Load() override {
+        told_.emplace_back("load");
+        if (on_load) on_load();
+    }
     void Form_Activate() override {
         told_.emplace_back("activate");
         if (on_activate) on_activate();
@@ -42,6 +51,7 @@ private:
     void Form_Resize() override {
         if (tell_resize)
             told_.emplace_back(WindowState() == FormWindowState::kMinimized ? "minimized" : "resize");
+        if (on_resize) on_resize();
     }
     void Form_QueryUnload(bool& cancel, UnloadMode mode) override {
         told_.push_back("query " + std::to_string(static_cast<int>(mode)));
@@ -133,6 +143,68 @@ TEST(Form, ShownModallyReturnsWhenItIsHiddenOrUnloaded) {
     EXPECT_EQ(test::ThrownBy(show).number, 400);
 }
 
+TEST(Form, ComingUpIsResizedOnceBeforeItIsActive) {
+    TellingForm form;
+    form.tell_resize = true;
+    form.resize(310, 210);
+    form.Show();
+    EXPECT_THAT(form.Told(), ElementsAre("load", "resize", "activate"));
+    form.Hide();
+    // As one does that lives in a tray.
+    form.on_resize = [&] {
+        if (form.WindowState() == FormWindowState::kMinimized) form.Hide();
+    };
+    form.WindowState(FormWindowState::kMinimized);
+    form.Show();
+    EXPECT_THAT(form.Told(), ElementsAre("minimized"));
+    EXPECT_FALSE(form.isVisible());
+}
+
+TEST(Form, ShownModallyStaysBeforeTheWindowThatWasActive) {
+    TellingForm below;
+    TellingForm form;
+    below.Show();
+    ASSERT_TRUE(test::WaitUntil([&] { return below.isActiveWindow(); }));
+    const auto look = [&](QWidget&) {
+        EXPECT_EQ(form.windowHandle()->transientParent(), below.windowHandle());
+        // Shown again before the modal show has returned, it is another show.
+        form.Hide();
+        form.Show();
+    };
+    test::WhileModal(look, [&] { form.Show(ShowMode::kModal); });
+    EXPECT_TRUE(form.isVisible());
+    EXPECT_FALSE(form.isModal());
+    EXPECT_FALSE(form.windowHandle()->transientParent());
+}
+
+TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
+    const auto destroyed_by = [](auto prepare, auto act) {
+        auto form = std::make_unique<TellingForm>();
+        prepare(*form, [&] { form.reset(); });
+        act(*form);
+        EXPECT_FALSE(form);
+    };
+    const auto show = [](TellingForm& form) { form.Show(); };
+    const auto show_modal = [](TellingForm& form) { form.Show(ShowMode::kModal); };
+    const auto close = [](TellingForm& form) {
+        form.Show();
+        form.close();
+    };
+    destroyed_by([](auto& form, auto end) { form.on_query = [end](bool&) { end(); }; }, close);
+    destroyed_by([](auto& form, auto end) { form.on_unload = end; }, close);
+    destroyed_by([](auto& form, auto end) { form.on_resize = end; }, show);
+    destroyed_by([](auto& form, auto end) { form.on_activate = end; }, show_modal);
+    destroyed_by([](auto&, auto end) { CallLater(end); }, show_modal);
+    WindowProcedure kept;
+    destroyed_by(
+        [&](auto& form, auto end) {
+            form.on_load = [&kept, &form] { kept = SetWindowProcedure(form.hWnd(), nullptr); };
+            form.on_activate = end;
+        },
+        show);
+    EXPECT_EQ(kept(1, 2, 3, 4), 0);
+}
+
 TEST(Form, ShowsWhatItsHandlersThrowAndGoesOn) {
     TellingForm form;
     std::vector<std::string> shown;
@@ -144,7 +216,11 @@ TEST(Form, ShowsWhatItsHandlersThrowAndGoesOn) {
     form.on_unload = [] { throw RunTimeError(5, "", "never"); };
     form.Show();
     EXPECT_TRUE(form.Unload());
+    UseMessageBox(ShowMessageBoxWindow);
     EXPECT_THAT(shown, ElementsAre("no", "never"));
+    form.on_load = [] { throw RunTimeError(5, "", "not yet"); };
+    EXPECT_EQ(test::ThrownBy([&] { form.Show(); }).text, "not yet");
+    EXPECT_FALSE(form.IsLoaded() || form.isVisible());
 }
 
 class AFormsPlace : public testing::Test {
@@ -196,6 +272,24 @@ TEST_F(AFormsPlace, IsKeptFromOneStartToTheNext) {
     restore_.GetPosition(fixed);
     EXPECT_EQ(fixed.pos(), QPoint(40, 50));
     EXPECT_EQ(fixed.size(), QSize(300, 200));
+}
+
+TEST_F(AFormsPlace, IsTakenByAVisibleFormWithItsState) {
+    TellingForm form;
+    form.Show();
+    auto placement = *form.Placement();
+    placement.normal = {60, 70, 460, 370};
+    for (const auto& [command, state] : {std::pair{show_command::kShowMaximized, FormWindowState::kMaximized},
+                                         {show_command::kMinimize, FormWindowState::kMinimized},
+                                         {show_command::kRestore, FormWindowState::kNormal}}) {
+        placement.show_command = command;
+        form.Placement(placement);
+        EXPECT_EQ(form.WindowState(), state);
+        EXPECT_EQ(form.Placement()->normal, placement.normal);
+    }
+    placement.show_command = show_command::kHide;
+    form.Placement(placement);
+    EXPECT_FALSE(form.isVisible());
 }
 
 TEST_F(AFormsPlace, IsBroughtBackOntoTheScreen) {

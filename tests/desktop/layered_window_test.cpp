@@ -6,6 +6,8 @@
 #include <QWidget>
 #include <QWindow>
 
+#include "support/wait_until.h"
+
 namespace pellago {
 namespace {
 
@@ -13,6 +15,11 @@ namespace {
 class Painted final : public QWidget {
 public:
     explicit Painted(QColor left) : left_(left) { resize(40, 20); }
+
+    void Left(QColor left) {
+        left_ = left;
+        update();
+    }
 
 private:
     void paintEvent(QPaintEvent* /*event*/) override {
@@ -26,14 +33,21 @@ private:
 
 TEST(LayeredWindow, HasNothingWhereItsImageHasTheColourKey) {
     Painted window(QColor(1, 0, 0));
-    window.show();
     SetLayeredWindowAttributes(window, qRgb(1, 0, 0), 128, LWA_COLORKEY | LWA_ALPHA);
+    window.show();
     EXPECT_EQ(window.mask(), QRegion(20, 0, 20, 20));
+    window.Left(Qt::red);
+    EXPECT_TRUE(test::WaitUntil([&] { return window.mask() == QRegion(0, 0, 40, 20); }));
+    window.Left(QColor(1, 0, 0));
     window.resize(60, 20);
     EXPECT_EQ(window.mask(), QRegion(30, 0, 30, 20));
     EXPECT_NEAR(window.windowOpacity(), 128 / 255.0, 0.003);
     SetLayeredWindowAttributes(window, qRgb(2, 0, 0), 255, LWA_COLORKEY);
     EXPECT_EQ(window.mask(), QRegion(0, 0, 60, 20)) << "nothing has exactly that colour";
+    window.Left(Qt::red);
+    SetLayeredWindowAttributes(window, QColor(Qt::red).rgb(), 255, LWA_COLORKEY);
+    EXPECT_TRUE((window.mask() & window.rect()).isEmpty()) << "all of it has that colour";
+    EXPECT_FALSE(window.mask().isEmpty());
     SetLayeredWindowAttributes(window, 0, 255, LWA_ALPHA);
     EXPECT_TRUE(window.mask().isEmpty());
     EXPECT_EQ(window.windowOpacity(), 1);

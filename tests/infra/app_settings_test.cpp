@@ -60,6 +60,15 @@ TEST_F(Settings, AnswerTheDefaultForWhatIsNotThereOrOfAnotherType) {
     }
 }
 
+TEST_F(Settings, LoseAValueOrAWholeSectionWhenTheyAreDeleted) {
+    settings_.SaveSetting("Settings", "kept", 1);
+    settings_.SaveSetting("Settings", "gone", 2);
+    settings_.DeleteSetting("Settings", "gone");
+    EXPECT_THAT(settings_.GetAllKeys("Settings"), ElementsAre("kept"));
+    settings_.DeleteSetting("Settings", "");
+    EXPECT_EQ(settings_.GetSetting("Settings", "kept", Null()), Variant(Null()));
+}
+
 TEST_F(Settings, RejectValuesThatAreNotValidAndKeepTheOldOnes) {
     EXPECT_EQ(ThrownBy([&] { settings_.AppName(""); }),
               Expected(0x8004427D, "CAppSettings", "Invalid AppName value"));

@@ -19,7 +19,7 @@ public:
     /// The address that reports are sent to. Without one nothing can be sent.
     void SupportMail(const std::string& address) { support_mail_ = address; }
     /// The text that is shown: the report, and below it the program's version. Lines end in CR LF.
-    std::string ErrorMessage() const;
+    const std::string& ErrorMessage() const { return message_; }
     void ErrorMessage(const std::string& report);
 
 private:
@@ -30,6 +30,7 @@ private:
     void Send();
 
     std::string support_mail_;
+    std::string message_;  ///< a text box would give it back with line ends and blanks of its own
     QLabel* title_caption_;
     QPlainTextEdit* text_;
     QWidget* buttons_;

@@ -33,7 +33,7 @@ private:
 
     void ShowSeconds();
 
-    std::int32_t seconds_ = 10;
+    std::int32_t seconds_ = 0;
     std::unique_ptr<cTimer> timer_;
     QLabel* picture_;
     QFrame* frame_;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
+#include <QPushButton>
 #include <QRect>
 #include <QTimer>
 #include <cstdint>
@@ -10,7 +12,6 @@
 #include "platform/window_placement.h"
 
 class QEventLoop;
-class QPushButton;
 
 namespace pellago {
 
@@ -25,7 +26,8 @@ enum class ShowMode : std::int32_t { kModeless = 0, kModal = 1 };
 
 /// A window with the life that the program's forms have. Loaded, it has a window handle and can be shown,
 /// hidden and shown again; unloaded it is hidden and its handle is gone, but the object stays until its owner
-/// lets it go: it may be unloaded by anything that happens while one of its routines is still running.
+/// lets it go: it may be unloaded by anything that happens while one of its routines is still running. An
+/// owner may also destroy it in the middle of any of them.
 class Form : public QDialog, public PlacedForm {
 public:
     Form(const std::string& name, BorderStyle border);
@@ -70,7 +72,7 @@ protected:
     virtual void Form_Load() {}
     /// Each time that the form has come up.
     virtual void Form_Activate() {}
-    /// The size or the window state has changed.
+    /// The size or the window state has changed; once each time that the form comes up, before Form_Activate.
     virtual void Form_Resize() {}
     virtual void Form_QueryUnload(bool& /*Cancel*/, UnloadMode /*mode*/) {}
     virtual void Form_Unload() {}
@@ -85,6 +87,8 @@ protected:
 
 private:
     void ShowModal();
+    void EndModalShow();
+    void ForgetHandle();
     QSize SizeNow() const;
     void ApplyWindowState(FormWindowState state);
     QRect NormalRectangle() const;
@@ -94,7 +98,7 @@ private:
     std::int32_t hwnd_ = 0;
     bool unloading_ = false;
     std::string tag_;
-    QPushButton* cancel_button_ = nullptr;
+    QPointer<QPushButton> cancel_button_;
     std::optional<FormWindowState> state_to_come_;  ///< of a form that is not visible
     QRect normal_;  ///< the frame's corner, and the size inside it, when the form was neither minimised nor
                     ///< maximised
