@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include "app/mail_link.h"
@@ -52,8 +53,6 @@ frmErrorMessage::frmErrorMessage()
     text_->setReadOnly(true);
     text_->setTabChangesFocus(true);
     text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    text_->setMinimumWidth(text_->fontMetrics().averageCharWidth() * kColumns);
-    text_->setMinimumHeight(text_->fontMetrics().lineSpacing() * kLines);
 
     buttons_->setObjectName(QStringLiteral("elaButtons"));
     auto* row = new QHBoxLayout(buttons_);  // owned by the button row
@@ -74,6 +73,10 @@ frmErrorMessage::frmErrorMessage()
     layout->addWidget(text_, 1);
     layout->addWidget(buttons_);
     abort_->setFocus();
+    const QSize text_size(text_->fontMetrics().averageCharWidth() * kColumns,
+                          text_->fontMetrics().lineSpacing() * kLines);
+    const QSize around = sizeHint() - text_->sizeHint();
+    resize((text_size + around).expandedTo(sizeHint()).boundedTo(screen()->availableSize()));
 }
 
 void frmErrorMessage::AddButton(QPushButton* button, const char* name, const QString& caption) {

@@ -4,7 +4,9 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QStyle>
+#include <algorithm>
 
 #include "desktop/event_handler.h"
 #include "infra/guarded_routine.h"
@@ -33,8 +35,9 @@ frmMessage::frmMessage()
     const int icon_size = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
     picture_->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxInformation).pixmap(icon_size));
     frame_->setObjectName(QStringLiteral("fraMessage"));
-    frame_->setFixedSize(fontMetrics().averageCharWidth() * kFrameWidth,
-                         fontMetrics().lineSpacing() * kFrameLines);
+    frame_->setFixedSize(
+        std::min(fontMetrics().averageCharWidth() * kFrameWidth, screen()->availableSize().width() * 3 / 4),
+        fontMetrics().lineSpacing() * kFrameLines);
     label_->setObjectName(QStringLiteral("lblMessage"));
     label_->setTextFormat(Qt::PlainText);
     label_->setWordWrap(true);

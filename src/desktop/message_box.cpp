@@ -61,6 +61,17 @@ Button EscapeButton(const QMessageBox& box) {
     return QMessageBox::Ok;
 }
 
+// A box grows with its text, and its buttons would lie below the screen.
+constexpr qsizetype kLines = 20;
+constexpr qsizetype kLetters = 2000;
+
+void SetText(QMessageBox& box, const QString& text) {
+    const auto begin = text.section(QLatin1Char('\n'), 0, kLines - 1).left(kLetters);
+    const bool is_whole = begin.size() == text.size();
+    box.setText(is_whole ? text : begin + QStringLiteral("…"));
+    if (!is_whole) box.setDetailedText(text);
+}
+
 std::function<void()>& Beep() {
     static std::function<void()> beep;
     return beep;
@@ -73,7 +84,7 @@ MessageBoxAnswer ShowMessageBoxWindow(const MessageBoxRequest& request) {
     box.setObjectName(QStringLiteral("MessageBox"));
     box.setWindowTitle(QString::fromStdString(request.caption));
     box.setTextFormat(Qt::PlainText);
-    box.setText(QString::fromStdString(request.text));
+    SetText(box, QString::fromStdString(request.text));
     box.setIcon(IconOf(request.icon));
     box.setStandardButtons(ButtonsOf(request.buttons));
     const auto escape = EscapeButton(box);

@@ -1,9 +1,11 @@
 #include "message_channel.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -38,30 +40,36 @@ constexpr int kBacklog = 64;
 /// Clients that have connected and sent nothing yet; beyond that the one that is silent longest is dropped.
 constexpr std::size_t kMostSilent = 64;
 
-std::string FileOf(const std::string& folder, std::int32_t number) {
-    return JoinPath(folder, std::string(kFilePrefix) + std::to_string(number));
-}
-
-/// Throws RunTimeError when the path is too long for a socket.
-sockaddr_un AddressOf(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        throw RunTimeError(error_number::kFileAccess, "", path + " is too long for the name of a socket");
-    std::ranges::copy(path, std::begin(address.sun_path));
-    return address;
-}
+std::string NameOf(std::int32_t number) { return std::string(kFilePrefix) + std::to_string(number); }
 
 int NewSocket() { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
 
-/// 0, or an errno value.
-template <class Call>
-int Addressing(Call call, int descriptor, const std::string& path) {
-    const auto address = AddressOf(path);
-    // The socket interface takes addresses of every kind through this type.
-    const auto* any = reinterpret_cast<const sockaddr*>(&address);
-    return call(descriptor, any, static_cast<socklen_t>(sizeof address)) == 0 ? 0 : errno;
-}
+/// The folder of the sockets. Their names may be 107 characters long and no more, so it is named by a
+/// descriptor.
+class SocketFolder final {
+public:
+    explicit SocketFolder(std::string path)
+        : path_(std::move(path)), descriptor_(open(path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+
+    const std::string& Path() const { return path_; }
+
+    /// Calls bind or connect for the socket `name`: 0, or an errno value.
+    template <class Call>
+    int Address(Call call, int socket, const std::string& name) const {
+        const auto path = "/proc/self/fd/" + std::to_string(descriptor_.Get()) + "/" + name;
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        if (path.size() >= sizeof address.sun_path) return ENAMETOOLONG;
+        std::ranges::copy(path, std::begin(address.sun_path));
+        // The socket interface takes addresses of every kind through this type.
+        const auto* any = reinterpret_cast<const sockaddr*>(&address);
+        return call(socket, any, static_cast<socklen_t>(sizeof address)) == 0 ? 0 : errno;
+    }
+
+private:
+    std::string path_;
+    Descriptor descriptor_;
+};
 
 bool PeerIsSameUser(int descriptor) {
     ucred peer{};
@@ -83,13 +91,13 @@ std::optional<Packet> ReceivePacket(int descriptor) {
 }
 
 /// What killed processes left behind. Under the lock, since a socket that does not listen yet refuses too.
-void RemoveStaleSockets(const std::string& folder) {
+void RemoveStaleSockets(const SocketFolder& folder) {
     std::error_code failure;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, failure)) {
-        const auto path = entry.path().string();
-        if (!entry.path().filename().string().starts_with(kFilePrefix) || !entry.is_socket(failure)) continue;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path(), failure)) {
+        const auto name = entry.path().filename().string();
+        if (!name.starts_with(kFilePrefix) || !entry.is_socket(failure)) continue;
         const Descriptor probe(NewSocket());
-        if (Addressing(connect, probe.Get(), path) == ECONNREFUSED) unlink(path.c_str());
+        if (folder.Address(connect, probe.Get(), name) == ECONNREFUSED) unlink(entry.path().c_str());
     }
 }
 
@@ -136,17 +144,17 @@ std::weak_ptr<MessageChannel::State>& Current() {
 }  // namespace
 
 void MessageChannel::State::Listen() {
-    const auto folder = RuntimeFolder();
-    const FileLock lock(JoinPath(folder, "messages.lock"), kPatience);
-    if (!lock.IsHeld()) Raise(folder + " cannot be locked", lock.Error());
+    const SocketFolder folder(RuntimeFolder());
+    const FileLock lock(JoinPath(folder.Path(), "messages.lock"), kPatience);
+    if (!lock.IsHeld()) Raise(folder.Path() + " cannot be locked", lock.Error());
     RemoveStaleSockets(folder);
     int error = EADDRINUSE;
     while (error == EADDRINUSE) {
         number = RandomProcessNumber();
-        error = Addressing(bind, listener.Get(), FileOf(folder, number));
+        error = folder.Address(bind, listener.Get(), NameOf(number));
     }
-    if (error != 0) Raise("No socket can be made in " + folder, error);
-    file = FileOf(folder, number);
+    if (error != 0) Raise("No socket can be made in " + folder.Path(), error);
+    file = JoinPath(folder.Path(), NameOf(number));
     if (listen(listener.Get(), kBacklog) != 0 || !Watch(listener.Get()))
         Raise(file + " cannot be listened to", errno);
 }
@@ -229,7 +237,7 @@ namespace {
 /// One message under way to another process.
 class Sending final {
 public:
-    explicit Sending(const std::string& path) : path_(path) {}
+    explicit Sending(std::int32_t number) : name_(NameOf(number)) {}
 
     std::int32_t Send(const WindowMessage& message) {
         if (!Connect() || !PeerIsSameUser(peer_.Get()) || !SendPacket(peer_.Get(), message)) return 0;
@@ -247,7 +255,7 @@ private:
     bool Connect() {
         constexpr auto kInterval = 5ms;
         for (;;) {
-            const int error = Addressing(connect, peer_.Get(), path_);
+            const int error = folder_.Address(connect, peer_.Get(), name_);
             if (error != EAGAIN && error != EINTR) return error == 0;
             if (Remaining() == 0ms) return false;
             HasAnswer(-1, kInterval);
@@ -266,7 +274,8 @@ private:
         return false;
     }
 
-    std::string path_;
+    SocketFolder folder_{RuntimeFolder()};
+    std::string name_;
     Clock::time_point deadline_ = Clock::now() + kPatience;
     UnsharedDescriptor peer_{NewSocket()};
 };
@@ -275,7 +284,7 @@ private:
 
 std::int32_t SendToProcess(std::int32_t number, const WindowMessage& message) {
     try {
-        return Sending(FileOf(RuntimeFolder(), number)).Send(message);
+        return Sending(number).Send(message);
     } catch (const RunTimeError&) {
         return 0;
     }
