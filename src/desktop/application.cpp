@@ -6,6 +6,7 @@
 
 #include "desktop/icons.h"
 #include "desktop/message_box.h"
+#include "platform/session_bus.h"
 
 namespace pellago {
 namespace {
@@ -18,7 +19,9 @@ std::array<char*, 2> arguments{program_name.data(), nullptr};
 
 }  // namespace
 
-Application::Application() : application_(std::make_unique<QApplication>(argument_count, arguments.data())) {
+Application::Application() {
+    ForgetDumbSessionBus();
+    application_ = std::make_unique<QApplication>(argument_count, arguments.data());
     QApplication::setApplicationName(QStringLiteral("Pellago"));
     QApplication::setDesktopFileName(QStringLiteral("pellagod"));
     QApplication::setWindowIcon(IconFromHandle(LoadIcon("pellago")));

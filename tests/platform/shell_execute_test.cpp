@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <future>
 
+#include "platform/session_bus.h"
 #include "support/child.h"
 #include "support/stand_in_opener.h"
 #include "support/support.h"
@@ -242,6 +243,7 @@ TEST_F(APropertySheet, IsAskedOfTheFileManagerByTheFilesAddress) {
     const test::Child bus([&] { RunBus(folder_ / "bus.conf"); });
     ASSERT_TRUE(test::WaitUntil([&] { return fs::exists(folder_ / "bus"); })) << "is dbus-daemon there?";
     EXPECT_LT(ShellShowProperties("/x"), result::kSuccess);
+    ForgetDumbSessionBus();
     {
         FileManager manager(true);
         EXPECT_EQ(ShellShowProperties("/a b/%,\xC3\xA4\xFF#?.txt"), result::kSuccess);
@@ -267,6 +269,9 @@ TEST_F(APropertySheet, FailsInTimeAndWithoutAWordWhereTheBusIsGoneOrDumb) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_LT(ShellShowProperties("/x"), result::kSuccess);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+    ForgetDumbSessionBus();
+    EXPECT_NE(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").toStdString(), Address());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     close(listener);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
