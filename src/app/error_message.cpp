@@ -76,7 +76,7 @@ frmErrorMessage::frmErrorMessage()
     const QSize text_size(text_->fontMetrics().averageCharWidth() * kColumns,
                           text_->fontMetrics().lineSpacing() * kLines);
     const QSize around = sizeHint() - text_->sizeHint();
-    resize((text_size + around).expandedTo(sizeHint()).boundedTo(screen()->availableSize()));
+    resize((text_size + around).expandedTo(sizeHint()).boundedTo(screen()->availableSize() * 9 / 10));
 }
 
 void frmErrorMessage::AddButton(QPushButton* button, const char* name, const QString& caption) {
