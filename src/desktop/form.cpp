@@ -276,7 +276,12 @@ void Form::changeEvent(QEvent* event) {
 /// A window that was never shown gets its size from its contents when it comes up.
 QSize Form::SizeNow() const { return testAttribute(Qt::WA_Resized) || isVisible() ? size() : sizeHint(); }
 
-QRect Form::NormalRectangle() const { return {pos(), SizeNow()}; }
+// Where no program can place its windows none knows where they stand: what was asked for is kept for other
+// days.
+QRect Form::NormalRectangle() const {
+    const bool is_placed_by_others = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return {is_placed_by_others ? normal_.topLeft() : pos(), SizeNow()};
+}
 
 void Form::RememberNormalRectangle() {
     if (isVisible() && WindowState() == FormWindowState::kNormal) normal_ = NormalRectangle();
