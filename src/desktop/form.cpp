@@ -103,13 +103,16 @@ void Form::Load() {
     try {
         Form_Load();
     } catch (const std::exception&) {
-        ForgetHandle();
+        if (alive) ForgetHandle();
         throw;
     }
 }
 
 void Form::Show(ShowMode mode) {
+    const QPointer<Form> alive(this);
     Load();
+    // What waits in its load may have been overtaken by an unload.
+    if (!alive || !IsLoaded()) return;
     if (mode == ShowMode::kModal)
         ShowModal();
     else

@@ -221,6 +221,10 @@ TEST(Form, ShowsWhatItsHandlersThrowAndGoesOn) {
     form.on_load = [] { throw RunTimeError(5, "", "not yet"); };
     EXPECT_EQ(test::ThrownBy([&] { form.Show(); }).text, "not yet");
     EXPECT_FALSE(form.IsLoaded() || form.isVisible());
+    form.on_unload = nullptr;
+    form.on_load = [&] { form.Unload(); };
+    form.Show();
+    EXPECT_FALSE(form.IsLoaded() || form.isVisible());
 }
 
 class AFormsPlace : public testing::Test {
