@@ -1,8 +1,10 @@
 #include "desktop/application.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <array>
 #include <clocale>
+#include <optional>
 
 #include "desktop/icons.h"
 #include "desktop/message_box.h"
@@ -17,11 +19,29 @@ int argument_count = 1;
 std::array<char, 9> program_name{"pellagod"};
 std::array<char*, 2> arguments{program_name.data(), nullptr};
 
+std::optional<int> quit_status;
+bool session_ends = false;
+
+/// Session managers end a program by its Quit event, which nothing else sends here.
+class SessionApplication final : public QApplication {
+public:
+    using QApplication::QApplication;
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::Quit) return QApplication::event(event);
+        session_ends = true;
+        const bool known = QApplication::event(event);
+        session_ends = false;
+        return known;
+    }
+};
+
 }  // namespace
 
 Application::Application() {
     ForgetDumbSessionBus();
-    application_ = std::make_unique<QApplication>(argument_count, arguments.data());
+    application_ = std::make_unique<SessionApplication>(argument_count, arguments.data());
     QApplication::setApplicationName(QStringLiteral("Pellago"));
     QApplication::setDesktopFileName(QStringLiteral("pellagod"));
     QApplication::setWindowIcon(IconFromHandle(LoadIcon("pellago")));
@@ -32,11 +52,18 @@ Application::Application() {
     UseMessageBox(ShowMessageBoxWindow);
 }
 
-Application::~Application() { UseMessageBox(nullptr); }
+Application::~Application() {
+    UseMessageBox(nullptr);
+    quit_status.reset();
+}
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): there must be an application to run.
-int Application::Run() { return QApplication::exec(); }
+int Application::Run() { return quit_status ? *quit_status : QApplication::exec(); }
 
-void Application::Quit(int status) { QApplication::exit(status); }
+void Application::Quit(int status) {
+    quit_status = status;
+    QApplication::exit(status);
+}
+
+bool Application::SessionEnds() { return session_ends || qGuiApp->isSavingSession(); }
 
 }  // namespace pellago

@@ -10,6 +10,7 @@
 #include <exception>
 #include <utility>
 
+#include "desktop/application.h"
 #include "desktop/event_handler.h"
 #include "platform/run_time_error.h"
 #include "platform/window_messages.h"
@@ -193,6 +194,7 @@ void Form::ApplyWindowState(FormWindowState state) {
             break;
         default:
             setWindowState(others);
+            if (isVisible()) BringModalWindowBack(*this);
     }
 }
 
@@ -220,12 +222,14 @@ void Form::Placement(const WindowPlacement& placement) {
     const auto frame = WithinReach({corner, size.expandedTo(minimumSizeHint())});
     // A rectangle given to a maximised window would be taken for the maximised one.
     const auto state = isVisible() ? StateOf(placement.show_command) : WindowState();
+    const QPointer<Form> alive(this);
     ApplyWindowState(FormWindowState::kNormal);
-    resize(frame.size());
+    if (alive) resize(frame.size());
+    if (!alive) return;
     move(frame.topLeft());
     normal_ = frame;
     WindowState(state);
-    if (placement.show_command == show_command::kHide) hide();
+    if (alive && placement.show_command == show_command::kHide) hide();
 }
 
 ScreenRectangle Form::Desktop() const {
@@ -240,6 +244,7 @@ void Form::setVisible(bool visible) {
     QDialog::setVisible(visible);
     if (!visible) EndModalShow();
     if (!comes_up) return;
+    BringModalWindowBack(*this);
     RunHandler([&] { Form_Resize(); });
     if (alive && isVisible()) RunHandler([&] { Form_Activate(); });
 }
@@ -254,8 +259,7 @@ std::int32_t Form::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t /*uMsg*/,
 }
 
 void Form::closeEvent(QCloseEvent* event) {
-    const auto* application = qGuiApp;
-    const auto mode = application->isSavingSession() ? UnloadMode::kAppWindows : UnloadMode::kFormControlMenu;
+    const auto mode = Application::SessionEnds() ? UnloadMode::kAppWindows : UnloadMode::kFormControlMenu;
     event->setAccepted(Unload(mode));
 }
 

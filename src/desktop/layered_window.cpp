@@ -1,6 +1,7 @@
 #include "desktop/layered_window.h"
 
 #include <QBitmap>
+#include <QColor>
 #include <QEvent>
 #include <QImage>
 #include <QWidget>
@@ -12,7 +13,7 @@ namespace {
 /// Cuts the colour key out of a window's image whenever that changes. A child of the window.
 class ColorKey final : public QObject {
 public:
-    ColorKey(QWidget& window, QRgb key) : QObject(&window), window_(window), key_(key) {
+    ColorKey(QWidget& window, const QColor& key) : QObject(&window), window_(window), key_(key.rgb()) {
         window.installEventFilter(this);
         Cut();
     }
@@ -60,7 +61,7 @@ void SetTopmost(QWidget& window, bool topmost) {
     if (auto* handle = window.windowHandle()) handle->setFlag(Qt::WindowStaysOnTopHint, topmost);
 }
 
-void SetLayeredWindowAttributes(QWidget& window, QRgb key, std::uint8_t alpha, std::uint32_t flags) {
+void SetLayeredWindowAttributes(QWidget& window, const QColor& key, std::uint8_t alpha, std::uint32_t flags) {
     if (flags & LWA_ALPHA) window.setWindowOpacity(alpha / 255.0);
     ForgetColorKey(window);
     if (flags & LWA_COLORKEY) {

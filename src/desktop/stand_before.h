@@ -4,11 +4,16 @@ class QWidget;
 
 namespace pellago {
 
-/// Makes a window that is about to be shown stay before the one that is active now. That is not its parent:
-/// a parent would take it along when it is destroyed.
+/// Prepares a window for being shown modally: it stays before the one that is active now, and cannot be
+/// minimised, which would leave a program that waits for it nowhere to be seen. The active one does not
+/// become its parent: a parent would take it along when it is destroyed.
 void StandBeforeActiveWindow(QWidget& window);
 
 /// Ends that.
 void StandAlone(QWidget& window);
+
+/// Brings the modal window back that waits for an answer, if there is one besides `window`: window managers
+/// hide it together with the one that it stands before.
+void BringModalWindowBack(const QWidget& window);
 
 }  // namespace pellago

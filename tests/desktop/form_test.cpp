@@ -7,6 +7,7 @@
 #include <QWindow>
 #include <memory>
 
+#include "desktop/application.h"
 #include "desktop/event_handler.h"
 #include "desktop/message_box.h"
 #include "infra/app_settings.h"
@@ -109,6 +110,28 @@ TEST(Form, MayRefuseToBeClosed) {
     EXPECT_FALSE(form.IsLoaded());
 }
 
+TEST(Application, ThatWasEndedBeforeItRanDoesNotRun) {
+    EXPECT_EXIT(
+        {
+            Application::Quit(3);
+            TellingForm().Show(ShowMode::kModal);
+            _exit(Application::Run());
+        },
+        testing::ExitedWithCode(3), "");
+}
+
+TEST(Form, IsToldWhenTheSessionEnds) {
+    TellingForm form;
+    form.Show();
+    form.Told();
+    // Refused, for the tests go on.
+    form.on_query = [](bool& cancel) { cancel = true; };
+    QEvent quit(QEvent::Quit);
+    QCoreApplication::sendEvent(qApp, &quit);
+    form.close();
+    EXPECT_THAT(form.Told(), ElementsAre("query 2", "query 0"));
+}
+
 // While the person is asked, another program may end this one.
 TEST(Form, IsUnloadedOnceHoweverManyAskForIt) {
     TellingForm form;
@@ -190,6 +213,7 @@ TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
         form.Show();
         form.close();
     };
+    destroyed_by([](auto& form, auto end) { form.on_load = end; }, show_modal);
     destroyed_by([](auto& form, auto end) { form.on_query = [end](bool&) { end(); }; }, close);
     destroyed_by([](auto& form, auto end) { form.on_unload = end; }, close);
     destroyed_by([](auto& form, auto end) { form.on_resize = end; }, show);

@@ -33,7 +33,7 @@ private:
 
 TEST(LayeredWindow, HasNothingWhereItsImageHasTheColourKey) {
     Painted window(QColor(1, 0, 0));
-    SetLayeredWindowAttributes(window, qRgb(1, 0, 0), 128, LWA_COLORKEY | LWA_ALPHA);
+    SetLayeredWindowAttributes(window, QColor(1, 0, 0), 128, LWA_COLORKEY | LWA_ALPHA);
     window.show();
     EXPECT_EQ(window.mask(), QRegion(20, 0, 20, 20));
     window.Left(Qt::red);
@@ -42,13 +42,13 @@ TEST(LayeredWindow, HasNothingWhereItsImageHasTheColourKey) {
     window.resize(60, 20);
     EXPECT_EQ(window.mask(), QRegion(30, 0, 30, 20));
     EXPECT_NEAR(window.windowOpacity(), 128 / 255.0, 0.003);
-    SetLayeredWindowAttributes(window, qRgb(2, 0, 0), 255, LWA_COLORKEY);
+    SetLayeredWindowAttributes(window, QColor(2, 0, 0), 255, LWA_COLORKEY);
     EXPECT_EQ(window.mask(), QRegion(0, 0, 60, 20)) << "nothing has exactly that colour";
     window.Left(Qt::red);
-    SetLayeredWindowAttributes(window, QColor(Qt::red).rgb(), 255, LWA_COLORKEY);
+    SetLayeredWindowAttributes(window, Qt::red, 255, LWA_COLORKEY);
     EXPECT_TRUE((window.mask() & window.rect()).isEmpty()) << "all of it has that colour";
     EXPECT_FALSE(window.mask().isEmpty());
-    SetLayeredWindowAttributes(window, 0, 255, LWA_ALPHA);
+    SetLayeredWindowAttributes(window, Qt::black, 255, LWA_ALPHA);
     EXPECT_TRUE(window.mask().isEmpty());
     EXPECT_EQ(window.windowOpacity(), 1);
 }
