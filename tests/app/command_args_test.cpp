@@ -2,14 +2,12 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <memory>
-#include <utility>
-#include <vector>
 
 #include "platform/process.h"
+#include "support/support.h"
 #include "support/thrown.h"
 
 namespace pellago {
@@ -100,10 +98,9 @@ TEST_F(ACommandLine, IsThatOfTheProcessWithoutItsQuotesWhereNoneIsGiven) {
     const auto command =
         "'" + self +
         "' '\"first' '/ b =2' --gtest_also_run_disabled_tests --gtest_filter=*IsPrinted '/last\"'";
-    const std::unique_ptr<FILE, decltype(&pclose)> program(popen(command.c_str(), "r"), pclose);
-    std::string printed;
-    for (int c = fgetc(program.get()); c != EOF; c = fgetc(program.get())) printed += static_cast<char>(c);
-    EXPECT_THAT(printed,
+    const test::TempDir folder;
+    EXPECT_EQ(std::system((command + " > " + (folder / "printed")).c_str()), 0);
+    EXPECT_THAT(test::ReadFile(folder / "printed"),
                 testing::HasSubstr(
                     "Count 3 Value 2 --gtest_also_run_disabled_tests --gtest_filter=*IsPrinted Last last\n"));
 }
