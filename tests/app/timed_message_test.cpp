@@ -14,6 +14,8 @@
 namespace pellago {
 namespace {
 
+using namespace std::chrono_literals;
+using test::TimeOf;
 using testing::ElementsAre;
 
 class ATimedMessage : public testing::Test {
@@ -24,6 +26,7 @@ protected:
     std::string Caption() { return Ok()->text().remove("&").toStdString(); }
 
     frmMessage form_;
+    std::function<void()> show_ = [this] { form_.Show(ShowMode::kModal); };
 };
 
 TEST_F(ATimedMessage, CountsDownAndCloses) {
@@ -32,38 +35,30 @@ TEST_F(ATimedMessage, CountsDownAndCloses) {
     const auto watch = SetTimer(20, [&](std::uint32_t) {
         if (captions.empty() || captions.back() != Caption()) captions.push_back(Caption());
     });
-    const auto start = GetTickCount();
-    form_.Show(ShowMode::kModal);
-    const auto shown_ms = GetTickCount() - start;
+    const auto shown = TimeOf(show_);
     KillTimer(watch);
     EXPECT_THAT(captions, ElementsAre("Ok (2)", "Ok (1)"));
-    EXPECT_GE(shown_ms, 2950U);
-    EXPECT_LE(shown_ms, 4000U);
+    EXPECT_GE(shown, 2950ms);
+    EXPECT_LE(shown, 4000ms);
     EXPECT_FALSE(form_.isVisible());
-}
-
-TEST_F(ATimedMessage, ClosesAtTheFirstTickWithoutSeconds) {
     form_.Seconds(0);
-    const auto start = GetTickCount();
-    form_.Show(ShowMode::kModal);
-    EXPECT_LE(GetTickCount() - start, 1900U);
+    EXPECT_LE(TimeOf(show_), 1900ms) << "at the first tick";
 }
 
 TEST_F(ATimedMessage, ClosesByItsButtonAndByEscape) {
-    const auto show = [&] { form_.Show(ShowMode::kModal); };
     std::string caption;
     const auto click = [&](QWidget&) {
         caption = Caption();
         Ok()->click();
     };
-    test::WhileModal(click, show);
+    test::WhileModal(click, show_);
     EXPECT_EQ(caption, "Ok (10)");
-    test::WhileModal([&](QWidget& modal) { QTest::keyClick(&modal, Qt::Key_Escape); }, show);
+    test::WhileModal([&](QWidget& modal) { QTest::keyClick(&modal, Qt::Key_Escape); }, show_);
     EXPECT_FALSE(form_.isVisible());
     // Unloaded, it counts no more.
     form_.Seconds(5);
     form_.Unload();
-    test::PumpFor(std::chrono::milliseconds(1200));
+    test::PumpFor(1200ms);
     EXPECT_EQ(Caption(), "Ok (10)");
 }
 

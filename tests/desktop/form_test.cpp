@@ -258,10 +258,6 @@ protected:
         restore_.Init(&settings_, true);
     }
 
-    void Store(const std::string& name, const Variant& value) {
-        settings_.SaveSetting("Windows settings\\frmTelling", name, value);
-    }
-
     test::TempDir folder_;
     test::EnvVar config_{"XDG_CONFIG_HOME", folder_.Path().string()};
     CAppSettings settings_;
@@ -269,12 +265,11 @@ protected:
 };
 
 TEST_F(AFormsPlace, IsKeptFromOneStartToTheNext) {
-    const auto area = QGuiApplication::primaryScreen()->availableGeometry();
     {
         TellingForm form;
         restore_.GetPosition(form);
         EXPECT_FALSE(form.isVisible());
-        EXPECT_NEAR(form.geometry().center().x(), area.center().x(), 1);
+        EXPECT_NEAR(form.geometry().center().x(), form.screen()->availableGeometry().center().x(), 1);
         form.Show();
         form.move(40, 50);
         form.resize(320, 210);
@@ -323,11 +318,12 @@ TEST_F(AFormsPlace, IsTakenByAVisibleFormWithItsState) {
 TEST_F(AFormsPlace, IsBroughtBackOntoTheScreen) {
     const auto area = QGuiApplication::primaryScreen()->availableGeometry();
     for (const auto& [left, top] : {std::pair{-30000, 10}, {2147483647, -2147483647}, {100, area.bottom()}}) {
-        Store("WindowState", "abc");
-        Store("NormalPosLeft", left);
-        Store("NormalPosTop", top);
-        Store("NormalPosRight", 2147483647);
-        Store("NormalPosBottom", -2147483647);
+        for (const auto& [name, value] : {std::pair{"WindowState", 1},
+                                          {"NormalPosLeft", left},
+                                          {"NormalPosTop", top},
+                                          {"NormalPosRight", 2147483647},
+                                          {"NormalPosBottom", -2147483647}})
+            settings_.SaveSetting("Windows settings\\frmTelling", name, value);
         TellingForm form;
         restore_.GetPosition(form);
         form.Show();

@@ -4,7 +4,6 @@
 
 #include <QMessageBox>
 #include <QPushButton>
-#include <QScreen>
 #include <QTest>
 
 #include "support/while_modal.h"

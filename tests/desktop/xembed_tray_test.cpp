@@ -21,7 +21,7 @@ class Trayer final {
 public:
     Trayer() {
         process_.setProcessChannelMode(QProcess::ForwardedChannels);
-        process_.start(QStringLiteral("trayer"), {QStringLiteral("--edge"), QStringLiteral("bottom")});
+        process_.start("trayer", {"--edge", "bottom"});
     }
     ~Trayer() {
         process_.kill();
@@ -73,7 +73,7 @@ TEST_F(AnXembedTray, DocksTheIconAndDocksItAgain) {
     EXPECT_FALSE(NotificationAreaAvailable());
     std::optional<Trayer> panel(std::in_place);
     ASSERT_TRUE(WaitUntil(IconOnScreen, 10s));
-    EXPECT_EQ(TopLevel("QSystemTrayIconSys")->toolTip().toStdString(), "<p>&lt;b&gt;Pellago&lt;/b&gt;</p>");
+    EXPECT_EQ(TopLevel("QSystemTrayIconSys")->toolTip(), "<p>&lt;b&gt;Pellago&lt;/b&gt;</p>");
     panel.reset();
     EXPECT_TRUE(WaitUntil([&] { return changes.size() == 2 && !IconOnScreen(); }, 10s));
     panel.emplace();
@@ -92,7 +92,7 @@ TEST_F(AnXembedTray, TellsOfClicksAndOpensItsMenuByItself) {
     EXPECT_TRUE(Hears({WM_RBUTTONDOWN, WM_RBUTTONUP}));
 
     QMenu menu;
-    menu.addAction(QStringLiteral("Open"));
+    menu.addAction("Open");
     EXPECT_TRUE(SetNotifyIconMenu(window, 9, &menu));
     ASSERT_TRUE(WaitUntil([] { return TopLevel("QSystemTrayIconSys") && IconOnScreen(); }, 10s));
     Press(QEvent::MouseButtonPress, Qt::RightButton);

@@ -29,11 +29,7 @@ protected:
 };
 
 TEST_F(AnInternetConnection, IsOfTheFirstTypeThatApplies) {
-    const struct {
-        std::uint32_t flags;
-        std::int32_t type;
-    } cases[] = {{0x07, 1}, {0x36, 2}, {0x04, 3}, {0x30, 4}, {0, 4}};
-    for (const auto& [flags, type] : cases) {
+    for (const auto& [flags, type] : {std::pair{0x07U, 1}, {0x36U, 2}, {0x04U, 3}, {0x30U, 4}, {0U, 4}}) {
         ReplaceConnectionState([flags = flags] { return ConnectionState{flags != 0, flags, "net"}; });
         EXPECT_EQ(connection_.ConnectionType(), type) << flags;
         EXPECT_EQ(connection_.Connected(), flags != 0);
@@ -44,15 +40,10 @@ TEST_F(AnInternetConnection, IsOfTheFirstTypeThatApplies) {
 }
 
 TEST_F(AnInternetConnection, IsWhatTheEnvironmentSays) {
-    const struct {
-        const char* value;
-        bool connected, can_dial;
-        std::int32_t type;
-    } cases[] = {{"none", false, false, 4},
-                 {"modem", true, true, 1},
-                 {"lan", true, false, 2},
-                 {"proxy", true, false, 3}};
-    for (const auto& [value, connected, can_dial, type] : cases) {
+    for (const auto& [value, connected, can_dial, type] : {std::tuple{"none", false, false, 4},
+                                                           {"modem", true, true, 1},
+                                                           {"lan", true, false, 2},
+                                                           {"proxy", true, false, 3}}) {
         const test::EnvVar stand_in("PELLAGO_CONNECTION", value);
         EXPECT_EQ(connection_.Connected(), connected) << value;
         EXPECT_EQ(connection_.RasInstalled(), can_dial) << value;

@@ -2,10 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "platform/window_messages.h"
 #include "support/support.h"
@@ -91,7 +88,8 @@ TEST_F(ASubclassedWindow, ShowsItsOwnerTheListedMessagesAloneAndLetsItChangeThem
     EXPECT_THAT(Sent(), ElementsAre("window 5:7"));
 }
 
-TEST_F(ASubclassedWindow, ListsAMessageOnceAndUsesFreedSlotsAgain) {
+// The count is set by every message, by none, and by a list that grows: not by the slots in between.
+TEST_F(ASubclassedWindow, ListsAMessageOnceAndCountsItsListAnewOnlyWhenItGrows) {
     subclass_->AddMsg(5, kBefore);
     subclass_->AddMsg(5, kBefore);
     subclass_->DelMsg(5, kBefore);
@@ -100,10 +98,7 @@ TEST_F(ASubclassedWindow, ListsAMessageOnceAndUsesFreedSlotsAgain) {
     EXPECT_THAT(Sent(-1), ElementsAre("window -1:7")) << "no message of a free slot";
     subclass_->AddMsg(6, kBefore);
     EXPECT_THAT(Sent(6), ElementsAre("before 6:7", "window 6:7"));
-}
-
-// The count is set by every message, by none, and by a list that grows: not by the slots in between.
-TEST_F(ASubclassedWindow, CountsItsListAnewOnlyWhenItGrows) {
+    subclass_->DelMsg(6, kBefore);
     subclass_->AddMsg(5, kAfter);
     subclass_->AddMsg(kEvery, kAfter);
     subclass_->AddMsg(5, kAfter);
@@ -164,7 +159,7 @@ TEST_F(ASubclassedWindow, SurvivesWhatItsOwnerDoesInsideAMessage) {
     EXPECT_EQ(answer_, 3);
 }
 
-TEST_F(ASubclassedWindow, IsReplacedByAnotherAndByNoneThatIsNotThere) {
+TEST_F(ASubclassedWindow, IsReplacedByAnotherAndLeavesInAnyOrder) {
     subclass_->AddMsg(5, kBefore);
     subclass_->Subclass(window_, *owner_);
     EXPECT_THAT(Sent(), ElementsAre("before 5:7", "window 5:7"))
@@ -180,10 +175,9 @@ TEST_F(ASubclassedWindow, IsReplacedByAnotherAndByNoneThatIsNotThere) {
     SendMessage(second, 5, 1, 0);
     EXPECT_THAT(seen_, ElementsAre("window 5:7", "before 5:1"));
     DestroyWindowHandle(second);
-}
 
-// The one below ends first: the one above is off the window then, and hands on to what is left when it ends.
-TEST_F(ASubclassedWindow, StillAnswersWhenTwoEndInTheWrongOrder) {
+    // The one below ends first: the one above is off the window then, and hands on to what is left.
+    subclass_->Subclass(window_, *owner_);
     cSubclass above;
     above.Subclass(window_, *owner_);
     subclass_->UnSubclass();

@@ -9,10 +9,6 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <sstream>
-
 #include "network_routes.h"
 #include "support/child.h"
 #include "support/support.h"
@@ -61,19 +57,10 @@ constexpr int kRefused = 77;  ///< exit status of a scene that the kernel does n
 class Tunnel final {
 public:
     Tunnel(const std::string& name, const char* address) : name_(name) {
-        ifreq request = Request();
-        request.ifr_flags = IFF_TUN | IFF_NO_PI;
-        Do(device_, TUNSETIFF, &request);
-        request = Request();
-        auto& socket_address = reinterpret_cast<sockaddr_in&>(request.ifr_addr);
-        socket_address.sin_family = AF_INET;
-        inet_pton(AF_INET, address, &socket_address.sin_addr);
-        Do(socket_, SIOCSIFADDR, &request);
-        inet_pton(AF_INET, "255.255.255.0", &socket_address.sin_addr);
-        Do(socket_, SIOCSIFNETMASK, &request);
-        request = Request();
-        request.ifr_flags = IFF_UP | IFF_RUNNING;
-        Do(socket_, SIOCSIFFLAGS, &request);
+        Do(device_, TUNSETIFF, [](ifreq& request) { request.ifr_flags = IFF_TUN | IFF_NO_PI; });
+        Do(socket_, SIOCSIFADDR, [&](ifreq& request) { Put(address, request.ifr_addr); });
+        Do(socket_, SIOCSIFNETMASK, [](ifreq& request) { Put("255.255.255.0", request.ifr_netmask); });
+        Do(socket_, SIOCSIFFLAGS, [](ifreq& request) { request.ifr_flags = IFF_UP | IFF_RUNNING; });
     }
     ~Tunnel() {
         close(device_);
@@ -88,17 +75,19 @@ public:
         route.rt_flags = RTF_UP;
         route.rt_metric = static_cast<short>(metric + 1);
         route.rt_dev = name_.data();
-        Do(socket_, SIOCADDRT, &route);
+        if (ioctl(socket_, SIOCADDRT, &route) != 0) _exit(kRefused);
     }
 
 private:
-    ifreq Request() const {
-        ifreq request{};
-        std::strncpy(request.ifr_name, name_.c_str(), IFNAMSIZ - 1);
-        return request;
+    static void Put(const char* address, sockaddr& where) {
+        where.sa_family = AF_INET;
+        inet_pton(AF_INET, address, &reinterpret_cast<sockaddr_in&>(where).sin_addr);
     }
-    static void Do(int file, unsigned long what, void* with) {
-        if (ioctl(file, what, with) != 0) _exit(kRefused);
+    void Do(int file, unsigned long what, const std::function<void(ifreq&)>& fill) const {
+        ifreq request{};
+        name_.copy(request.ifr_name, IFNAMSIZ - 1);
+        fill(request);
+        if (ioctl(file, what, &request) != 0) _exit(kRefused);
     }
 
     std::string name_;
@@ -108,10 +97,9 @@ private:
 
 std::string Told() {
     const auto [connected, flags, name] = InternetGetConnectedStateEx();
-    std::ostringstream text;
     // Whether the machine can dial depends on what is installed.
-    text << (connected ? "connected " : "alone ") << (flags & ~INTERNET_RAS_INSTALLED) << " " << name << "\n";
-    return text.str();
+    const auto known = std::to_string(flags & ~INTERNET_RAS_INSTALLED);
+    return (connected ? "connected " : "alone ") + known + " " + name + "\n";
 }
 
 // A network of its own, first with nothing but the loopback interface.
@@ -163,14 +151,13 @@ TEST_F(ANetwork, IsNamedByItsBestDefaultRouteAndTypedByAll) {
         auto lines = Told();
         bridge.MakeDefaultRoute(20);
         lines += Told();
-        {
-            Tunnel modem("ppp7", "10.9.2.1");
-            modem.MakeDefaultRoute(10);
-            lines += Told();
-            InternetSetConnectedState(INTERNET_STATE_DISCONNECTED_BY_USER);
-            lines += Told();
-            InternetSetConnectedState(INTERNET_STATE_CONNECTED);
-        }
+        std::optional<Tunnel> modem(std::in_place, "ppp7", "10.9.2.1");
+        modem->MakeDefaultRoute(10);
+        lines += Told();
+        InternetSetConnectedState(INTERNET_STATE_DISCONNECTED_BY_USER);
+        lines += Told();
+        InternetSetConnectedState(INTERNET_STATE_CONNECTED);
+        modem.reset();
         return lines + Told();
     });
     if (told.empty()) GTEST_SKIP() << "the kernel makes no network";

@@ -22,11 +22,17 @@ using test::ThrownBy;
 using test::WriteFile;
 namespace fs = std::filesystem;
 
-constexpr auto kAllReadAndWrite = static_cast<fs::perms>(0666);
-
 struct AReplacedFile : testing::Test {
     auto Files() const {
         return std::distance(fs::directory_iterator(folder.Path()), fs::directory_iterator());
+    }
+    static void Replace(const std::string& path, const std::string& bytes) {
+        ReplaceFile(path, bytes, static_cast<fs::perms>(0666));
+    }
+    /// Why that cannot be done.
+    static std::string Refusal(const std::string& path, const std::string& bytes) {
+        const auto text = ThrownBy([&] { Replace(path, bytes); }).text;
+        return text.starts_with(path + " cannot be written: ") ? text.substr(path.size() + 20) : text;
     }
     const test::TempDir folder;
     const std::string file = folder / "file";
@@ -34,11 +40,11 @@ struct AReplacedFile : testing::Test {
 
 TEST_F(AReplacedFile, KeepsItsRightsAndGetsTheUsualOnesWhenItIsNew) {
     const auto before = umask(027);
-    ReplaceFile(file, "one", kAllReadAndWrite);
+    Replace(file, "one");
     umask(before);
     EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
     fs::permissions(file, fs::perms(0604));
-    ReplaceFile(file, "two", kAllReadAndWrite);
+    Replace(file, "two");
     EXPECT_EQ(fs::status(file).permissions(), fs::perms(0604));
     EXPECT_EQ(ReadFile(file), "two");
     EXPECT_EQ(Files(), 1) << "no draft is left";
@@ -52,7 +58,7 @@ TEST_F(AReplacedFile, KeepsItsOwnerWhereItMayAndOpensNothingToAnotherGroup) {
     const auto replace = [&](uid_t user) {
         test::Child child([&] {
             if (setgid(user) != 0 || setuid(user) != 0) _exit(1);
-            ReplaceFile(file, "x", kAllReadAndWrite);
+            Replace(file, "x");
         });
         EXPECT_EQ(child.Wait(), 0);
         struct stat status {};
@@ -72,7 +78,7 @@ TEST_F(AReplacedFile, IsTheOneThatLinksLeadToAlsoWhenItIsNotThereYet) {
     fs::create_symlink("second", folder / "first");
     fs::create_symlink("file", folder / "second");
     for (const auto* text : {"new", "old"}) {
-        ReplaceFile(folder / "first", text, kAllReadAndWrite);
+        Replace(folder / "first", text);
         EXPECT_TRUE(fs::is_symlink(folder / "first") && fs::is_symlink(folder / "second"));
         EXPECT_EQ(ReadFile(file), text);
     }
@@ -81,26 +87,20 @@ TEST_F(AReplacedFile, IsTheOneThatLinksLeadToAlsoWhenItIsNotThereYet) {
 TEST_F(AReplacedFile, IsWrittenToWhereItIsAPipe) {
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     test::Child reader([&] { _exit(ReadFile(file) == std::string(100'000, 'x') ? 0 : 1); });
-    ReplaceFile(file, std::string(100'000, 'x'), kAllReadAndWrite);
+    Replace(file, std::string(100'000, 'x'));
     EXPECT_EQ(reader.Wait(), 0);
     EXPECT_TRUE(fs::is_fifo(file));
 }
 
 TEST_F(AReplacedFile, IsLeftAloneAndNamedWhenItCannotBeWritten) {
     fs::create_directory(file);
-    EXPECT_EQ(ThrownBy([&] { ReplaceFile(file, "x", kAllReadAndWrite); }).text,
-              file + " cannot be written: Is a directory");
-    const auto missing = folder / "missing/file";
-    EXPECT_EQ(ThrownBy([&] { ReplaceFile(missing, "x", kAllReadAndWrite); }).text,
-              missing + " cannot be written: No such file or directory");
+    EXPECT_EQ(Refusal(file, "x"), "Is a directory");
+    EXPECT_EQ(Refusal(folder / "missing/file", "x"), "No such file or directory");
     test::Child limited([&] {
         constexpr rlimit kTenBytes{10, 10};
         if (setrlimit(RLIMIT_FSIZE, &kTenBytes) != 0) _exit(1);
         std::signal(SIGXFSZ, SIG_IGN);
-        _exit(ThrownBy([&] { ReplaceFile(folder / "new", std::string(11, 'x'), kAllReadAndWrite); }).text ==
-                      (folder / "new") + " cannot be written: File too large"
-                  ? 0
-                  : 1);
+        _exit(Refusal(folder / "new", std::string(11, 'x')) == "File too large" ? 0 : 1);
     });
     EXPECT_EQ(limited.Wait(), 0);
     EXPECT_EQ(Files(), 1);

@@ -1,7 +1,6 @@
 #include "platform/named_mutex.h"
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <array>
 #include <filesystem>
@@ -19,35 +18,10 @@ namespace {
 using namespace std::string_literals;
 using test::Child;
 using test::EnvVar;
+using test::Pipe;
 using test::ThrownBy;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
-
-/// Bytes from one process to another.
-class Pipe final {
-public:
-    Pipe() { EXPECT_EQ(pipe(ends_.data()), 0); }
-    ~Pipe() {
-        close(ends_[0]);
-        close(ends_[1]);
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    template <class Value>
-    void Put(const Value& value) const {
-        EXPECT_EQ(write(ends_[1], &value, sizeof value), ssize_t{sizeof value});
-    }
-    template <class Value>
-    Value Get() const {
-        Value value{};
-        EXPECT_EQ(read(ends_[0], &value, sizeof value), ssize_t{sizeof value});
-        return value;
-    }
-
-private:
-    std::array<int, 2> ends_{};
-};
 
 class AMutex : public testing::Test {
 protected:
@@ -70,16 +44,22 @@ TEST_F(AMutex, IsOwnedByTheFirstUntilThatIsReleased) {
     EXPECT_EQ(fs::status(folder_ / "pellago").permissions(), fs::perms::owner_all);
 }
 
-TEST_F(AMutex, IsFreeOnceItsOwnerIsKilledThoughAForkedChildOfThatLivesOn) {
+TEST_F(AMutex, IsItsOwnersAloneWhateverTheForkedChildrenOfThatDo) {
     const Pipe pipe;
     Child owner([&] {
-        const NamedMutex mutex("m");
-        const Child grandchild([&] {
+        std::optional<NamedMutex> mutex("m");
+        Child ending([&] {
+            mutex.reset();
+            _exit(NamedMutex("m").AlreadyExisted() ? 0 : 1);
+        });
+        pipe.Put(ending.Wait());
+        const Child staying([&] {
             pipe.Put(getpid());
             pause();
         });
         pause();
     });
+    EXPECT_EQ(pipe.Get<int>(), 0);
     const auto grandchild = pipe.Get<pid_t>();
     EXPECT_TRUE(NamedMutex("m").AlreadyExisted());
     owner.Signal(SIGKILL);
@@ -87,16 +67,6 @@ TEST_F(AMutex, IsFreeOnceItsOwnerIsKilledThoughAForkedChildOfThatLivesOn) {
     EXPECT_EQ(kill(grandchild, 0), 0) << "still there";
     EXPECT_FALSE(NamedMutex("m").AlreadyExisted());
     kill(grandchild, SIGKILL);
-}
-
-TEST_F(AMutex, StaysItsOwnersWhenAForkedChildEnds) {
-    std::optional<NamedMutex> mutex("m");
-    Child child([&] {
-        mutex.reset();
-        _exit(NamedMutex("m").AlreadyExisted() ? 0 : 1);
-    });
-    EXPECT_EQ(child.Wait(), 0);
-    EXPECT_TRUE(NamedMutex("m").AlreadyExisted());
 }
 
 TEST_F(AMutex, HasOneOwnerHoweverManyStartAtOnce) {
@@ -127,10 +97,8 @@ TEST_F(AMutex, IsRefusedWithAReasonForBadNamesAndUnusableFolders) {
 
     fs::create_directory(folder_ / "pellago");
     fs::permissions(folder_ / "pellago", fs::perms(0750));
-    EXPECT_EQ(raised(), (test::Thrown{error_number::kFileAccess,
-                                      "The runtime folder " + (folder_ / "pellago") +
-                                          " cannot be used: Other users may enter it",
-                                      ""}));
+    const auto refusal = "The runtime folder " + (folder_ / "pellago") + " cannot be used: ";
+    EXPECT_EQ(raised(), (test::Thrown{error_number::kFileAccess, refusal + "Other users may enter it", ""}));
     fs::rename(folder_ / "pellago", folder_ / "elsewhere");
     fs::permissions(folder_ / "elsewhere", fs::perms::owner_all);
     fs::create_symlink("elsewhere", folder_ / "pellago");

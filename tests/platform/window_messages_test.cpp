@@ -1,21 +1,15 @@
 #include "platform/window_messages.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
-#include <array>
-#include <chrono>
 #include <filesystem>
 #include <list>
 #include <optional>
 #include <set>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "platform/named_mutex.h"
 #include "platform/run_time_error.h"
@@ -34,11 +28,15 @@ using test::kAddOne;
 using test::kRightOnes;
 using test::kSendBack;
 using test::kSendMany;
+using test::TimeOf;
 using testing::ElementsAre;
 using testing::SizeIs;
 namespace fs = std::filesystem;
 
 std::int32_t AddOne(std::int32_t, std::int32_t, std::int32_t wParam, std::int32_t) { return wParam + 1; }
+std::int32_t EndItself(std::int32_t hwnd, std::int32_t, std::int32_t, std::int32_t) {
+    return DestroyWindowHandle(hwnd) ? 7 : 0;
+}
 
 class Window final {
 public:
@@ -57,14 +55,9 @@ private:
 class Peer final {
 public:
     Peer() : process_([this] { Run(); }) {
-        close(output_[1]);
-        std::string text;
-        for (char c = 0; read(output_[0], &c, 1) == 1 && c != '\n';) text += c;
-        window_ = std::stoi(text);
+        output_.CloseWriting();
+        window_ = output_.Get<std::int32_t>();
     }
-    ~Peer() { close(output_[0]); }
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
 
     std::int32_t Window() const { return window_; }
     Child& Process() { return process_; }
@@ -74,31 +67,24 @@ public:
 
 private:
     void Run() const {
-        dup2(output_[1], STDOUT_FILENO);
+        dup2(output_.Writing(), STDOUT_FILENO);
         execl(WINDOW_PEER, WINDOW_PEER, nullptr);
         _exit(127);
     }
 
-    static std::array<int, 2> NewPipe() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-        return ends;
-    }
-
-    std::array<int, 2> output_ = NewPipe();
+    test::Pipe output_;
     Child process_;
     std::int32_t window_ = 0;
 };
 
 class AWindow : public testing::Test {
 protected:
-    std::vector<std::string> Sockets() const {
-        std::vector<std::string> found;
+    std::set<std::string> Sockets() const {
+        std::set<std::string> found;
         for (const auto& entry : fs::directory_iterator(folder_ / "pellago"))
-            if (entry.is_socket()) found.push_back(entry.path().string());
+            if (entry.is_socket()) found.insert(entry.path());
         return found;
     }
-
     std::string SocketOf(std::int32_t hwnd) const {
         return folder_ / ("pellago/messages-" + std::to_string(hwnd >> 9));
     }
@@ -106,13 +92,6 @@ protected:
     test::TempDir folder_;
     test::EnvVar runtime_folder_{"XDG_RUNTIME_DIR", folder_.Path().string()};
 };
-
-template <class Action>
-std::chrono::steady_clock::duration TimeOf(Action&& action) {
-    const auto start = std::chrono::steady_clock::now();
-    action();
-    return std::chrono::steady_clock::now() - start;
-}
 
 /// A client of a window's socket that knows nothing of its messages.
 class Stranger final {
@@ -150,7 +129,7 @@ TEST_F(AWindow, OfThisProcessAnswersAtOnceWhateverItsProcedureDoes) {
                           0, 0, 0),
               0);
     EXPECT_EQ(SendMessage(Window(nullptr).Handle(), 0, 0, 0), 0);
-    const Window fleeting([](std::int32_t hwnd, auto...) { return DestroyWindowHandle(hwnd) ? 7 : 0; });
+    const Window fleeting(EndItself);
     EXPECT_EQ(SendMessage(fleeting.Handle(), 0, 0, 0), 7);
     for (const auto hwnd : {fleeting.Handle(), steady.Handle() + 100, 0, -1, 1}) {
         EXPECT_EQ(SendMessage(hwnd, 0, 1, 0), 0) << hwnd;
@@ -209,10 +188,10 @@ TEST_F(AWindow, AndAnotherProcesssMaySendToEachOtherAtOnce) {
 
 TEST_F(AWindow, MayEndItsProcesssLastWindowWithAMessageFromOutside) {
     const Peer peer;
-    const Window own([](std::int32_t hwnd, auto...) { return DestroyWindowHandle(hwnd) ? 7 : 0; });
+    const Window own(EndItself);
     EXPECT_EQ(peer.Send(kSendBack, 0, own.Handle()), 1007);
     EXPECT_THAT(Sockets(), ElementsAre(SocketOf(peer.Window())));
-    const Window from_the_loop([](std::int32_t hwnd, auto...) { return DestroyWindowHandle(hwnd) ? 7 : 0; });
+    const Window from_the_loop(EndItself);
     peer.Send(kSendMany, 1, from_the_loop.Handle());
     EXPECT_TRUE(test::WaitUntil([&] { return !fs::exists(SocketOf(from_the_loop.Handle())); }, 5s));
 }
@@ -225,10 +204,9 @@ TEST_F(AWindow, OfAKilledProcessAnswersZeroAtOnceAndLeavesNothingInTheWay) {
     EXPECT_LT(TimeOf([&] { EXPECT_EQ(peer.Send(kAddOne, 1), 0); }), 100ms);
     EXPECT_FALSE(NamedMutex("peer").AlreadyExisted());
     ASSERT_THAT(Sockets(), ElementsAre(SocketOf(peer.Window())));
-    {
-        const Window own;
-        EXPECT_THAT(Sockets(), ElementsAre(SocketOf(own.Handle())));
-    }
+    std::optional<Window> own(std::in_place);
+    EXPECT_THAT(Sockets(), ElementsAre(SocketOf(own->Handle())));
+    own.reset();
     EXPECT_THAT(Sockets(), SizeIs(0));
     EXPECT_LT(TimeOf([&] { EXPECT_EQ(peer.Send(kAddOne, 1), 0); }), 100ms);
 }

@@ -1,13 +1,12 @@
 #include "window_peer.h"
 
 #include <iostream>
-#include <string>
 
 #include "platform/message_loop.h"
 #include "platform/named_mutex.h"
 #include "platform/window_messages.h"
 
-// A process with a window and the mutex "peer". It prints the window's handle and runs until it is killed.
+// A process with a window and the mutex "peer". It writes the window's handle and runs until it is killed.
 namespace {
 
 using pellago::SendMessage;
@@ -41,6 +40,7 @@ std::int32_t Procedure(std::int32_t, std::int32_t uMsg, std::int32_t wParam, std
 int main() {
     const pellago::MessageLoop loop;
     const pellago::NamedMutex mutex("peer");
-    std::cout << pellago::CreateWindowHandle(Procedure) << std::endl;
+    const auto window = pellago::CreateWindowHandle(Procedure);
+    std::cout.write(reinterpret_cast<const char*>(&window), sizeof window).flush();
     for (;;) pellago::WaitForEvents();
 }

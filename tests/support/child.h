@@ -1,11 +1,14 @@
 #pragma once
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <exception>
 #include <functional>
+#include <stdexcept>
 #include <utility>
 
 namespace pellago::test {
@@ -41,6 +44,37 @@ public:
 
 private:
     pid_t id_;
+};
+
+/// Bytes from one process to another.
+class Pipe final {
+public:
+    Pipe() {
+        if (pipe2(ends_.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    }
+    ~Pipe() {
+        close(ends_[0]);
+        CloseWriting();
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int Writing() const { return ends_[1]; }
+    void CloseWriting() { close(std::exchange(ends_[1], -1)); }
+
+    template <class Value>
+    void Put(const Value& value) const {
+        if (write(ends_[1], &value, sizeof value) != sizeof value) throw std::runtime_error("pipe is closed");
+    }
+    template <class Value>
+    Value Get() const {
+        Value value{};
+        if (read(ends_[0], &value, sizeof value) != sizeof value) throw std::runtime_error("pipe is empty");
+        return value;
+    }
+
+private:
+    std::array<int, 2> ends_{};
 };
 
 }  // namespace pellago::test

@@ -2,33 +2,17 @@
 
 #include <QByteArray>
 #include <QSize>
-#include <QString>
 #include <QStringList>
-#include <memory>
+#include <mutex>
 #include <vector>
+
+#include "support/bus_service.h"
 
 namespace pellago::test {
 
-/// A notification as it came over the bus.
-struct SentNotification {
-    uint id = 0;
-    uint replaces = 0;
-    QString title;
-    QString body;
-    QStringList actions;
-    QSize picture;  ///< null without one
-    int timeout = 0;
-};
-
-/// A StatusNotifier host, on the session bus as long as it lives; on a connection and in a thread of its own,
-/// for Qt waits for its answers.
+/// A StatusNotifier host, on the session bus as long as it lives.
 class StandInTray final {
 public:
-    StandInTray();
-    ~StandInTray();
-    StandInTray(const StandInTray&) = delete;
-    StandInTray& operator=(const StandInTray&) = delete;
-
     /// The items that have registered and are still there.
     QStringList Items() const;
 
@@ -43,17 +27,37 @@ public:
     void ChooseFromMenu(const QString& label) const;
 
 private:
-    struct State;
-    std::unique_ptr<State> state_;
+    QDBusMessage Answer(const QDBusMessage& call);
+    QVariantList Ask(const QString& path, const QString& interface, const QString& method,
+                     const QVariantList& arguments) const;
+    QVariant Property(const QString& name) const;
+    QString MenuPath() const;
+    QVariantList MenuEntries() const;
+
+    mutable std::mutex mutex_;
+    QStringList items_;
+    BusService service_{
+        "org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
+        [this](const QDBusMessage& call, const QDBusConnection&) { return Answer(call); },
+        "<interface name='org.kde.StatusNotifierWatcher'>"
+        "<property name='IsStatusNotifierHostRegistered' type='b' access='read'/></interface>"};
+};
+
+/// A notification as it came over the bus.
+struct SentNotification {
+    uint id = 0;
+    uint replaces = 0;
+    QString title;
+    QString body;
+    QStringList actions;
+    QSize picture;  ///< null without one
+    int timeout = 0;
 };
 
 /// A notification service, of the same make.
 class StandInNotifications final {
 public:
-    explicit StandInNotifications(const QStringList& capabilities);
-    ~StandInNotifications();
-    StandInNotifications(const StandInNotifications&) = delete;
-    StandInNotifications& operator=(const StandInNotifications&) = delete;
+    explicit StandInNotifications(const QStringList& capabilities) : capabilities_(capabilities) {}
 
     std::vector<SentNotification> Sent() const;
     /// The numbers that were asked to be closed.
@@ -63,8 +67,16 @@ public:
     void TellClosed(uint id, uint reason) const;
 
 private:
-    struct State;
-    std::unique_ptr<State> state_;
+    QDBusMessage Answer(const QDBusMessage& call, const QDBusConnection& bus);
+
+    mutable std::mutex mutex_;
+    std::vector<SentNotification> sent_;
+    std::vector<uint> closed_;
+    QStringList capabilities_;
+    uint last_id_ = 40;
+    BusService service_{
+        "org.freedesktop.Notifications", "/org/freedesktop/Notifications",
+        [this](const QDBusMessage& call, const QDBusConnection& bus) { return Answer(call, bus); }};
 };
 
 }  // namespace pellago::test

@@ -16,6 +16,13 @@ inline void PumpFor(std::chrono::milliseconds time) {
     KillTimer(timer);
 }
 
+template <class Action>
+std::chrono::steady_clock::duration TimeOf(Action&& action) {
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::steady_clock::now() - start;
+}
+
 /// Runs the message loop until `done` answers true; false when that takes longer than `limit`. It asks after
 /// every event and every few milliseconds, for what becomes true in another thread.
 inline bool WaitUntil(const std::function<bool()>& done,
