@@ -33,6 +33,8 @@ protected:
         session_ends = true;
         const bool known = QApplication::event(event);
         session_ends = false;
+        // Also where it comes before Run.
+        if (event->isAccepted()) Application::Quit();
         return known;
     }
 };

@@ -122,6 +122,7 @@ void Form::Show(ShowMode mode) {
 
 void Form::ShowModal() {
     if (isVisible()) throw RunTimeError(400, "", "Form already displayed; can't show modally");
+    flags_before_modal_ = windowFlags();
     StandBeforeActiveWindow(*this);
     setWindowModality(Qt::ApplicationModal);
     QEventLoop loop;
@@ -138,7 +139,7 @@ void Form::EndModalShow() {
     if (!modal_loop_) return;
     std::exchange(modal_loop_, nullptr)->quit();
     setWindowModality(Qt::NonModal);
-    StandAlone(*this);
+    StandAlone(*this, flags_before_modal_);
 }
 
 bool Form::Unload(UnloadMode mode) {
@@ -185,6 +186,7 @@ void Form::ApplyWindowState(FormWindowState state) {
     RememberNormalRectangle();
     state_to_come_.reset();
     const auto others = windowState() & ~(Qt::WindowMinimized | Qt::WindowMaximized);
+    const QPointer<Form> alive(this);
     switch (state) {
         case FormWindowState::kMinimized:
             setWindowState(others | Qt::WindowMinimized);
@@ -194,7 +196,7 @@ void Form::ApplyWindowState(FormWindowState state) {
             break;
         default:
             setWindowState(others);
-            if (isVisible()) BringModalWindowBack(*this);
+            if (alive && isVisible()) BringModalWindowBack(*this);
     }
 }
 
@@ -245,7 +247,7 @@ void Form::setVisible(bool visible) {
     if (!visible) EndModalShow();
     if (!comes_up) return;
     BringModalWindowBack(*this);
-    RunHandler([&] { Form_Resize(); });
+    if (alive && isVisible()) RunHandler([&] { Form_Resize(); });
     if (alive && isVisible()) RunHandler([&] { Form_Activate(); });
 }
 

@@ -1,6 +1,7 @@
 #include "stand_before.h"
 
 #include <QApplication>
+#include <QPointer>
 #include <QWidget>
 #include <QWindow>
 
@@ -19,14 +20,21 @@ void StandBeforeActiveWindow(QWidget& window) {
     window.windowHandle()->setTransientParent(active->windowHandle());
 }
 
-void StandAlone(QWidget& window) {
-    if (auto* handle = window.windowHandle()) handle->setTransientParent(nullptr);
+void StandAlone(QWidget& window, Qt::WindowFlags flags) {
+    window.overrideWindowFlags(flags);
+    auto* handle = window.windowHandle();
+    if (!handle) return;
+    handle->setFlags(flags);
+    handle->setTransientParent(nullptr);
 }
 
 void BringModalWindowBack(const QWidget& window) {
-    auto* modal = QApplication::activeModalWidget();
+    const QPointer<QWidget> modal(QApplication::activeModalWidget());
     if (!modal || modal == &window) return;
-    modal->showNormal();
+    modal->setWindowState(modal->windowState() & ~Qt::WindowMinimized);
+    // Its own handlers may have ended it.
+    if (!modal || modal != QApplication::activeModalWidget()) return;
+    modal->show();
     modal->raise();
 }
 

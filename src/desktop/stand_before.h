@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Qt>
+
 class QWidget;
 
 namespace pellago {
@@ -9,8 +11,8 @@ namespace pellago {
 /// become its parent: a parent would take it along when it is destroyed.
 void StandBeforeActiveWindow(QWidget& window);
 
-/// Ends that.
-void StandAlone(QWidget& window);
+/// Ends that, and gives the window the flags that it had.
+void StandAlone(QWidget& window, Qt::WindowFlags flags);
 
 /// Brings the modal window back that waits for an answer, if there is one besides `window`: window managers
 /// hide it together with the one that it stands before.

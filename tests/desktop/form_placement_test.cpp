@@ -88,6 +88,10 @@ TEST(AFormOnADesktop, BringsTheDialogBackThatWaitsForAnAnswer) {
     bool is_back = false;
     QTimer::singleShot(300, [&] {
         EXPECT_FALSE(dialog.windowFlags() & Qt::WindowMinimizeButtonHint);
+        // That of a dialog that was there all the time is left as it is.
+        dialog.WindowState(kMaximized);
+        form.WindowState(kNormal);
+        EXPECT_EQ(dialog.WindowState(), kMaximized);
         MinimizeFromOutside(form);
         was_hidden =
             QTest::qWaitFor([&] { return !form.isVisible() && !dialog.windowHandle()->isExposed(); });

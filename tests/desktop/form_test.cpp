@@ -118,6 +118,13 @@ TEST(Application, ThatWasEndedBeforeItRanDoesNotRun) {
             _exit(Application::Run());
         },
         testing::ExitedWithCode(3), "");
+    EXPECT_EXIT(
+        {
+            QEvent quit(QEvent::Quit);
+            QCoreApplication::sendEvent(qApp, &quit);
+            _exit(Application::Run());
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(Form, IsToldWhenTheSessionEnds) {
@@ -198,6 +205,8 @@ TEST(Form, ShownModallyStaysBeforeTheWindowThatWasActive) {
     EXPECT_TRUE(form.isVisible());
     EXPECT_FALSE(form.isModal());
     EXPECT_FALSE(form.windowHandle()->transientParent());
+    EXPECT_EQ(form.windowType(), Qt::Window);
+    EXPECT_TRUE(form.windowFlags() & Qt::WindowMinimizeButtonHint);
 }
 
 TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
@@ -218,6 +227,19 @@ TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
     destroyed_by([](auto& form, auto end) { form.on_unload = end; }, close);
     destroyed_by([](auto& form, auto end) { form.on_resize = end; }, show);
     destroyed_by([](auto& form, auto end) { form.on_activate = end; }, show_modal);
+    const auto restore = [](TellingForm& form) {
+        form.Show();
+        form.WindowState(FormWindowState::kMinimized);
+        form.WindowState(FormWindowState::kNormal);
+    };
+    destroyed_by(
+        [](auto& form, auto end) {
+            form.on_resize = [&form, end, was_minimized = false]() mutable {
+                if (was_minimized) return end();
+                was_minimized = form.WindowState() == FormWindowState::kMinimized;
+            };
+        },
+        restore);
     destroyed_by([](auto&, auto end) { CallLater(end); }, show_modal);
     WindowProcedure kept;
     destroyed_by(

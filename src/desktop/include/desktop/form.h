@@ -103,6 +103,7 @@ private:
     QRect normal_;  ///< the frame's corner, and the size inside it, when the form was neither minimised nor
                     ///< maximised
     QTimer settled_;
+    Qt::WindowFlags flags_before_modal_;
     QEventLoop* modal_loop_ = nullptr;  ///< while the form is shown modally
 };
 
