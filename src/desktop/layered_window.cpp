@@ -5,7 +5,8 @@
 #include <QEvent>
 #include <QImage>
 #include <QWidget>
-#include <QWindow>
+
+#include "window_flags.h"
 
 namespace pellago {
 namespace {
@@ -55,10 +56,7 @@ void ForgetColorKey(QWidget& window) {
 }  // namespace
 
 void SetTopmost(QWidget& window, bool topmost) {
-    // Qt's own way hides a visible window; the window system can be told without that.
-    const auto flags = window.windowFlags().setFlag(Qt::WindowStaysOnTopHint, topmost);
-    window.overrideWindowFlags(flags);
-    if (auto* handle = window.windowHandle()) handle->setFlag(Qt::WindowStaysOnTopHint, topmost);
+    ChangeWindowFlags(window, window.windowFlags().setFlag(Qt::WindowStaysOnTopHint, topmost));
 }
 
 void SetLayeredWindowAttributes(QWidget& window, const QColor& key, std::uint8_t alpha, std::uint32_t flags) {

@@ -5,15 +5,15 @@
 #include <QWidget>
 #include <QWindow>
 
+#include "window_flags.h"
+
 namespace pellago {
 
 void StandBeforeActiveWindow(QWidget& window) {
     // Only dialogs are kept before others.
     const auto type = window.windowType() == Qt::Window ? Qt::Dialog : window.windowType();
     const auto hints = window.windowFlags() & ~(Qt::WindowType_Mask | Qt::WindowMinimizeButtonHint);
-    const auto flags = type | hints | Qt::CustomizeWindowHint;
-    window.overrideWindowFlags(flags);
-    if (auto* handle = window.windowHandle()) handle->setFlags(flags);
+    ChangeWindowFlags(window, type | hints | Qt::CustomizeWindowHint);
     const auto* active = QApplication::activeWindow();
     if (!active || active == &window) return;
     window.winId();  // makes the window's handle
@@ -21,11 +21,8 @@ void StandBeforeActiveWindow(QWidget& window) {
 }
 
 void StandAlone(QWidget& window, Qt::WindowFlags flags) {
-    window.overrideWindowFlags(flags);
-    auto* handle = window.windowHandle();
-    if (!handle) return;
-    handle->setFlags(flags);
-    handle->setTransientParent(nullptr);
+    ChangeWindowFlags(window, flags);
+    if (auto* handle = window.windowHandle()) handle->setTransientParent(nullptr);
 }
 
 void BringModalWindowBack(const QWidget& window) {
