@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QMenu>
+#include <QPointer>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "desktop/form.h"
+#include "desktop/notify_icon.h"
+
+namespace pellago {
+
+/// What the icon in the notification area tells its owner, from the message loop, also in the middle of a
+/// run or while a modal window is up. The owner may unload the tray window from inside. `button` is 1 for the
+/// left and 2 for the right mouse button.
+class frmSysTrayEvents {
+public:
+    virtual ~frmSysTrayEvents() = default;
+    virtual void SysTrayMouseDown(std::int32_t /*button*/) {}
+    virtual void SysTrayMouseUp(std::int32_t /*button*/) {}
+    virtual void SysTrayMouseMove() {}
+    virtual void SysTrayDoubleClick(std::int32_t /*button*/) {}
+    virtual void MenuClick(std::int32_t /*index*/, const std::string& /*key*/) {}
+    virtual void BalloonShow() {}
+    virtual void BalloonHide() {}
+    virtual void BalloonTimeOut() {}
+    virtual void BalloonClicked() {}
+};
+
+/// The hidden window behind the icon in the notification area: it adds the icon as it loads and removes it
+/// as it unloads. Menu items count from 0.
+class frmSysTray final : public Form {
+public:
+    /// `events` must outlive the form.
+    explicit frmSysTray(frmSysTrayEvents& events);
+    ~frmSysTray() override;
+
+    /// `iconKind` is one of NIIF_…. At most 255 characters of text and 63 of title are shown.
+    void ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t iconKind,
+                        std::uint32_t timeoutMs);
+    /// At most 127 characters are shown; an empty text changes nothing.
+    void ToolTip(const std::string& text);
+    void IconHandle(std::int32_t handle);
+
+    /// Adds an item at the menu's end and returns its index. The caption "-" makes a separator; `key` comes
+    /// back with MenuClick.
+    std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool isDefault);
+    /// Nothing for an index that is not in the menu, as with all that follow.
+    void EnableMenuItem(std::int32_t index, bool enabled);
+    void CheckMenuItem(std::int32_t index, bool checked);
+    bool IsMenuItemChecked(std::int32_t index) const;
+    /// The items after it move one place down. The first item cannot be removed while it is the only one.
+    void RemoveMenuItem(std::int32_t index);
+    /// The item shown bold.
+    std::int32_t DefaultMenuIndex() const { return default_index_; }
+    void DefaultMenuIndex(std::int32_t index);
+    /// Opens the menu at the pointer. Not needed where the desktop opens it by itself.
+    void ShowMenu();
+};
+
+}  // namespace pellago
