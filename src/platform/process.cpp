@@ -70,6 +70,8 @@ std::string ProgramVersionText() {
     return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(revision);
 }
 
+std::string ProgramDescription() { return PELLAGO_DESCRIPTION; }
+
 std::string JoinPath(const std::string& folder, const std::string& name) {
     return (fs::path(folder) / name).string();
 }

@@ -27,6 +27,9 @@ Version ProgramVersion();
 /// The three numbers joined by ".".
 std::string ProgramVersionText();
 
+/// What the program is, in one line.
+std::string ProgramDescription();
+
 /// `name` in `folder`; an absolute name stays as it is.
 std::string JoinPath(const std::string& folder, const std::string& name);
 
