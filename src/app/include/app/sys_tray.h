@@ -1,13 +1,15 @@
 #pragma once
 
-#include <QMenu>
-#include <QPointer>
 #include <cstdint>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "desktop/form.h"
 #include "desktop/notify_icon.h"
+
+class QAction;
+class QMenu;
 
 namespace pellago {
 
@@ -57,6 +59,31 @@ public:
     void DefaultMenuIndex(std::int32_t index);
     /// Opens the menu at the pointer. Not needed where the desktop opens it by itself.
     void ShowMenu();
+
+private:
+    void Form_Load() override;
+    void Form_QueryUnload(bool& Cancel, UnloadMode mode) override;
+    void Form_Unload() override;
+    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
+                                 std::int32_t lParam) override;
+    void Form_MouseMove(std::int32_t code);
+
+    void GetWindowsVersion();
+    void FillRecord();
+    void FillTip(const std::string& text);
+    void Notify(std::uint32_t message) const;
+    void AddItem();
+    void mnuSysTray_Click(QAction* item);
+    bool ValidIndex(std::int32_t index) const;
+    QAction* Item(std::int32_t index) const { return items_.at(static_cast<std::size_t>(index)); }
+
+    frmSysTrayEvents& events_;
+    bool shell_v5_ = false;                                  ///< the system knows balloons
+    std::variant<NOTIFYICONDATAW, NOTIFYICONDATAA> record_;  ///< in the form that the system takes
+    QMenu* menu_;
+    std::vector<QAction*> items_;  ///< owned by the menu; one that is checkable is checked
+    bool first_item_used_ = false;
+    std::int32_t default_index_ = 0;
 };
 
 }  // namespace pellago

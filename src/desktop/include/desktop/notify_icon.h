@@ -31,11 +31,13 @@ inline constexpr std::uint32_t NIIF_WARNING = 2;
 inline constexpr std::uint32_t NIIF_ERROR = 3;
 
 /// What an icon tells its window, in `lParam` of the message it was given; `wParam` is the icon's id.
+inline constexpr std::int32_t WM_MOUSEMOVE = 0x200;
 inline constexpr std::int32_t WM_LBUTTONDOWN = 0x201;
 inline constexpr std::int32_t WM_LBUTTONUP = 0x202;
 inline constexpr std::int32_t WM_LBUTTONDBLCLK = 0x203;
 inline constexpr std::int32_t WM_RBUTTONDOWN = 0x204;
 inline constexpr std::int32_t WM_RBUTTONUP = 0x205;
+inline constexpr std::int32_t WM_RBUTTONDBLCLK = 0x206;
 inline constexpr std::int32_t NIN_BALLOONSHOW = 0x402;
 inline constexpr std::int32_t NIN_BALLOONHIDE = 0x403;
 /// The time is over, or the user dismissed the balloon.
