@@ -21,9 +21,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 std::string Times(int count, const std::string& text) {
-    std::string all;
-    while (count-- > 0) all += text;
-    return all;
+    return QString::fromStdString(text).repeated(count).toStdString();
 }
 
 class ATrayWindow : public testing::Test, public frmSysTrayEvents {
@@ -57,19 +55,6 @@ protected:
     }
     const NotificationRecord& Last() const { return shell_.Calls().back().record; }
     std::string Tip() const { return shell_.FirstIcon()->record.tip; }
-    /// The menu's visible items: "-", or caption with marks for default, disabled and checked.
-    std::vector<std::string> Menu() const {
-        const auto* menu = form_->findChild<QMenu*>("mnuPopup");
-        std::vector<std::string> items;
-        for (const auto* item : menu->actions())
-            if (item->isVisible())
-                items.push_back(item->isSeparator()
-                                    ? "-"
-                                    : item->text().toStdString() +
-                                          (item == menu->defaultAction() ? "*" : "") +
-                                          (item->isEnabled() ? "" : "!") + (item->isChecked() ? "+" : ""));
-        return items;
-    }
 
     test::FakeNotificationShell shell_;
     std::vector<std::string> heard_;
@@ -87,6 +72,7 @@ TEST_F(ATrayWindow, AddsAndRemovesItsIconInTheFormThatTheSystemTakes) {
          {Case{2, 5, 1, true, 127}, Case{2, 6, 0, true, 127}, Case{1, 4, 90, true, 64},
           Case{2, 4, 90, false, 63}, Case{1, 4, 10, false, 32}, Case{1, 5, 0, false, 32}}) {
         SCOPED_TRACE(testing::Message() << platform_id << ": " << major << "." << minor);
+        shell_.ForgetCalls();
         LoadOn(platform_id, major, minor);
         const auto add = shell_.Calls().at(0).record;
         EXPECT_EQ(add.hwnd, form_->hWnd());
@@ -95,66 +81,55 @@ TEST_F(ATrayWindow, AddsAndRemovesItsIconInTheFormThatTheSystemTakes) {
         EXPECT_EQ(add.callback_message, 0x200);
         EXPECT_EQ(add.icon, LoadIcon("pellago"));
         EXPECT_EQ(add.tip, ProgramDescription());
-        EXPECT_EQ(shell_.FirstIcon()->menu, form_->findChild<QMenu*>("mnuPopup"));
         EXPECT_EQ(Last().timeout_or_version, balloons ? 3U : 0U);
-
         form_->ToolTip(Times(200, "ü"));
         EXPECT_EQ(Last().flags, NIF_TIP);
         EXPECT_EQ(Tip(), Times(letters, "ü"));
         form_->ShowBalloonTip("text", "title", NIIF_INFO, 5000);
-        EXPECT_EQ(Last().info, balloons ? "text" : "");
         form_->Unload();
         EXPECT_EQ(shell_.IconCount(), 0U);
-        const auto messages = shell_.Messages();
-        if (balloons)
-            EXPECT_THAT(messages, ElementsAre(NIM_ADD, NIM_SETVERSION, NIM_MODIFY, NIM_MODIFY, NIM_DELETE));
-        else
-            EXPECT_THAT(messages, ElementsAre(NIM_ADD, NIM_MODIFY, NIM_DELETE));
-        shell_.ForgetCalls();
+        const auto expected = balloons
+                                  ? std::vector{NIM_ADD, NIM_SETVERSION, NIM_MODIFY, NIM_MODIFY, NIM_DELETE}
+                                  : std::vector{NIM_ADD, NIM_MODIFY, NIM_DELETE};
+        EXPECT_EQ(shell_.Messages(), expected);
     }
     form_->Load();
     form_ = nullptr;
     EXPECT_EQ(shell_.IconCount(), 0U) << "of a form that was not unloaded";
 }
 
-TEST_F(ATrayWindow, CutsTextsBetweenCharacters) {
-    for (const std::uint32_t family : {VER_PLATFORM_WIN32_NT, VER_PLATFORM_WIN32_WINDOWS}) {
+TEST_F(ATrayWindow, SendsOnlyWhatChangedAndCutsItBetweenCharacters) {
+    for (const auto family : {VER_PLATFORM_WIN32_NT, VER_PLATFORM_WIN32_WINDOWS}) {
         LoadOn(family, family == VER_PLATFORM_WIN32_NT ? 5 : 4, 90);
         const auto start = std::string(126, 'a');
         form_->ToolTip(start + "😀");
         EXPECT_EQ(Tip(), start);
         form_->ToolTip("");
         EXPECT_EQ(Tip(), start);
-        form_->ToolTip(Times(200, "\xFF"));
+        form_->ToolTip(std::string(200, '\xFF'));
         EXPECT_EQ(Tip(), Times(family == VER_PLATFORM_WIN32_NT ? 127 : 42, "\uFFFD"));
-        form_->ShowBalloonTip(std::string(254, 'i') + "😀", std::string(62, 't') + "😀", NIIF_ERROR, 5000);
-        EXPECT_EQ(Last().info, std::string(254, 'i'));
-        EXPECT_EQ(Last().info_title, std::string(62, 't'));
-        form_->ShowBalloonTip(std::string(300, 'i'), std::string(70, 't'), NIIF_WARNING, 5000);
-        EXPECT_EQ(Last().info, std::string(255, 'i'));
-        EXPECT_EQ(Last().info_title, std::string(63, 't'));
+
+        form_->ShowBalloonTip(std::string(254, 'i') + "😀", std::string(62, 't') + "😀", NIIF_ERROR, 1);
+        EXPECT_EQ(Last().info + Last().info_title, std::string(254, 'i') + std::string(62, 't'));
+        form_->ShowBalloonTip(std::string(300, 'i'), std::string(70, 't'), NIIF_ERROR, 1);
+        EXPECT_EQ(Last().info + Last().info_title, std::string(255, 'i') + std::string(63, 't'));
         form_->ShowBalloonTip("i", "", NIIF_WARNING, 5000);
         EXPECT_EQ(Last().info + Last().info_title, "i");
         EXPECT_EQ(Last().flags, NIF_INFO);
         EXPECT_EQ(Last().info_flags, NIIF_WARNING);
         EXPECT_EQ(Last().timeout_or_version, 5000U);
+
+        shell_.ForgetCalls();
+        for (const auto handle : {LoadIcon("pellago"), 4711, 4711}) form_->IconHandle(handle);
+        EXPECT_THAT(shell_.Messages(), ElementsAre(NIM_MODIFY));
+        EXPECT_EQ(Last().flags, NIF_ICON);
+        EXPECT_EQ(Last().icon, 4711);
     }
 }
 
-TEST_F(ATrayWindow, SendsAnIconOnceAndNothingElseWithIt) {
-    form_->Load();
-    shell_.ForgetCalls();
-    form_->IconHandle(LoadIcon("pellago"));
-    EXPECT_THAT(shell_.Calls(), IsEmpty());
-    form_->IconHandle(4711);
-    form_->IconHandle(4711);
-    EXPECT_THAT(shell_.Messages(), ElementsAre(NIM_MODIFY));
-    EXPECT_EQ(Last().flags, NIF_ICON);
-    EXPECT_EQ(Last().icon, 4711);
-}
-
 TEST_F(ATrayWindow, BuildsAndChangesItsMenu) {
-    EXPECT_THAT(Menu(), IsEmpty());
+    form_->Load();
+    EXPECT_THAT(shell_.Menu(), IsEmpty());
     EXPECT_EQ(form_->AddMenuItem("Stop & go", "a", false), 0);
     EXPECT_EQ(form_->AddMenuItem("-", "", false), 1);
     EXPECT_EQ(form_->AddMenuItem("b", "b", true), 2);
@@ -167,25 +142,24 @@ TEST_F(ATrayWindow, BuildsAndChangesItsMenu) {
         form_->RemoveMenuItem(outside);
         EXPECT_FALSE(form_->IsMenuItemChecked(outside));
     }
-    EXPECT_THAT(Menu(), ElementsAre("Stop && go!", "-", "b*", "c+"));
-    EXPECT_TRUE(form_->IsMenuItemChecked(3));
+    EXPECT_THAT(shell_.Menu(), ElementsAre("Stop && go!", "-", "b*", "c+"));
 
     form_->DefaultMenuIndex(3);
     form_->RemoveMenuItem(0);
-    EXPECT_THAT(Menu(), ElementsAre("-", "b", "c+")) << "and the default, gone with the last index, is 0";
-    EXPECT_EQ(form_->DefaultMenuIndex(), 0);
+    EXPECT_EQ(form_->DefaultMenuIndex(), 0) << "the last index is gone";
     form_->DefaultMenuIndex(1);
-    EXPECT_THAT(Menu(), ElementsAre("-", "b*", "c+"));
-    form_->Load();
-    EXPECT_TRUE(shell_.Choose("c"));
-    EXPECT_TRUE(shell_.Choose("b"));
-    EXPECT_THAT(heard_, ElementsAre("c 2", "b 1"));
-    EXPECT_TRUE(form_->IsMenuItemChecked(2)) << "a choice alone changes no mark";
+    EXPECT_THAT(shell_.Menu(), ElementsAre("-", "b*", "c+"));
     EXPECT_TRUE(form_->findChild<QAction*>("mnuSysTray2"));
+    EXPECT_TRUE(shell_.Choose("b"));
+    EXPECT_TRUE(shell_.Choose("c"));
+    EXPECT_THAT(heard_, ElementsAre("b 1", "c 2"));
+    EXPECT_TRUE(form_->IsMenuItemChecked(2)) << "a choice alone changes no mark";
     form_->DefaultMenuIndex(3);
-    EXPECT_EQ(form_->DefaultMenuIndex(), 0);
     for (int i = 0; i < 3; ++i) form_->RemoveMenuItem(0);
-    EXPECT_THAT(Menu(), ElementsAre("c*+"));
+    EXPECT_THAT(shell_.Menu(), ElementsAre("c*+"));
+    form_->CheckMenuItem(0, false);
+    EXPECT_TRUE(shell_.Choose("c"));
+    EXPECT_FALSE(form_->IsMenuItemChecked(0));
 }
 
 TEST_F(ATrayWindow, TellsWhatTheIconTells) {
@@ -196,17 +170,6 @@ TEST_F(ATrayWindow, TellsWhatTheIconTells) {
     SendMessage(form_->hWnd(), 0x201, 0, 0x201);
     EXPECT_THAT(heard_, ElementsAre("move 0", "down 1", "up 1", "double 1", "down 2", "up 2", "double 2",
                                     "shown 0", "hidden 0", "over 0", "clicked 0"));
-}
-
-TEST_F(ATrayWindow, OpensItsMenuWithoutWaitingAndClosesItAsItUnloads) {
-    form_->AddMenuItem("Open", "open", true);
-    form_->Load();
-    act_ = [&] { form_->ShowMenu(); };
-    shell_.Send(WM_RBUTTONDOWN);
-    const auto* menu = form_->findChild<QMenu*>("mnuPopup");
-    EXPECT_TRUE(menu->isVisible());
-    form_->Unload();
-    EXPECT_FALSE(menu->isVisible());
 }
 
 TEST_F(ATrayWindow, MayBeUnloadedAndDestroyedByWhomItTells) {
@@ -224,13 +187,17 @@ TEST_F(ATrayWindow, MayBeUnloadedAndDestroyedByWhomItTells) {
         shell_.Send(NIN_BALLOONUSERCLICK);
         EXPECT_EQ(shell_.IconCount(), 0U);
     }
-    EXPECT_THAT(heard_, ElementsAre("exit 0", "clicked 0", "exit 0", "clicked 0"));
-    // What was chosen before the unload is not told after it.
     load();
-    form_->findChild<QAction*>("mnuSysTray0")->trigger();
+    act_ = [&] { form_->ShowMenu(); };
+    shell_.Send(WM_RBUTTONDOWN);
+    const auto* menu = form_->findChild<QMenu*>("mnuPopup");
+    EXPECT_TRUE(menu->isVisible());
+    menu->actions().first()->trigger();
     form_->Unload();
+    EXPECT_FALSE(menu->isVisible());
     DoEvents();
-    EXPECT_EQ(heard_.size(), 4U);
+    EXPECT_THAT(heard_, ElementsAre("exit 0", "clicked 0", "exit 0", "clicked 0", "down 2"))
+        << "nothing that was chosen before the unload";
 }
 
 }  // namespace

@@ -50,11 +50,25 @@ public:
         const auto icon = icons_.begin()->second.record;
         SendMessage(icon.hwnd, icon.callback_message, icon.id, code);
     }
+    /// What the first icon's menu shows: "-", or a caption with "*" behind the default, "!" a disabled and
+    /// "+" a checked item.
+    std::vector<std::string> Menu() const {
+        const QPointer<QMenu> menu = icons_.begin()->second.menu;
+        std::vector<std::string> items;
+        for (const auto* item : menu ? menu->actions() : QList<QAction*>()) {
+            if (!item->isVisible()) continue;
+            auto text = item->isSeparator() ? "-" : item->text().toStdString();
+            if (item == menu->defaultAction()) text += "*";
+            if (!item->isEnabled()) text += "!";
+            if (item->isChecked()) text += "+";
+            items.push_back(text);
+        }
+        return items;
+    }
     /// Chooses what the first icon's menu shows by this caption; false where that cannot be chosen.
     bool Choose(const std::string& caption) const {
         const QPointer<QMenu> menu = icons_.begin()->second.menu;
-        if (!menu) return false;
-        for (auto* item : menu->actions()) {
+        for (auto* item : menu ? menu->actions() : QList<QAction*>()) {
             if (item->text().toStdString() != caption || !item->isVisible() || !item->isEnabled()) continue;
             item->trigger();
             DoEvents();

@@ -41,20 +41,20 @@ public:
     /// `iconKind` is one of NIIF_…. At most 255 characters of text and 63 of title are shown.
     void ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t iconKind,
                         std::uint32_t timeoutMs);
-    /// At most 127 characters are shown; an empty text changes nothing.
+    /// Shown as far as the record holds it, 127 characters today; an empty text changes nothing.
     void ToolTip(const std::string& text);
     void IconHandle(std::int32_t handle);
 
     /// Adds an item at the menu's end and returns its index. The caption "-" makes a separator; `key` comes
     /// back with MenuClick.
     std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool isDefault);
-    /// Nothing for an index that is not in the menu, as with all that follow.
+    /// Nothing for an index that is not in the menu, as with the next three.
     void EnableMenuItem(std::int32_t index, bool enabled);
     void CheckMenuItem(std::int32_t index, bool checked);
     bool IsMenuItemChecked(std::int32_t index) const;
     /// The items after it move one place down. The first item cannot be removed while it is the only one.
     void RemoveMenuItem(std::int32_t index);
-    /// The item shown bold.
+    /// The item shown bold; the first instead of one that is not in the menu.
     std::int32_t DefaultMenuIndex() const { return default_index_; }
     void DefaultMenuIndex(std::int32_t index);
     /// Opens the menu at the pointer. Not needed where the desktop opens it by itself.
