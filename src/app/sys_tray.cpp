@@ -124,9 +124,7 @@ void frmSysTray::Form_Load() {
 void frmSysTray::GetWindowsVersion() {
     const auto system = GetVersionEx(kBasicVersionRecord).value_or(SystemVersion{});
     const bool use_unicode = system.platform_id == VER_PLATFORM_WIN32_NT;
-    const bool is_millennium =
-        system.platform_id == VER_PLATFORM_WIN32_WINDOWS && system.major == 4 && system.minor == 90;
-    shell_v5_ = use_unicode ? system.major >= 5 : is_millennium;
+    shell_v5_ = use_unicode ? system.major >= 5 : system.major == 4 && system.minor == 90;
     if (use_unicode)
         record_ = NOTIFYICONDATAW{};
     else

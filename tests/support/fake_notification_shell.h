@@ -50,14 +50,14 @@ public:
         const auto icon = icons_.begin()->second.record;
         SendMessage(icon.hwnd, icon.callback_message, icon.id, code);
     }
-    /// What the first icon's menu shows: "-", or a caption with "*" behind the default, "!" a disabled and
+    /// What the first icon's menu shows: "--", or a caption with "*" behind the default, "!" a disabled and
     /// "+" a checked item.
     std::vector<std::string> Menu() const {
         const QPointer<QMenu> menu = icons_.begin()->second.menu;
         std::vector<std::string> items;
         for (const auto* item : menu ? menu->actions() : QList<QAction*>()) {
             if (!item->isVisible()) continue;
-            auto text = item->isSeparator() ? "-" : item->text().toStdString();
+            auto text = item->isSeparator() ? "--" : item->text().toStdString();
             if (item == menu->defaultAction()) text += "*";
             if (!item->isEnabled()) text += "!";
             if (item->isChecked()) text += "+";

@@ -6,7 +6,6 @@
 
 namespace pellago {
 
-inline constexpr std::uint32_t VER_PLATFORM_WIN32_WINDOWS = 1;
 inline constexpr std::uint32_t VER_PLATFORM_WIN32_NT = 2;
 
 /// Sizes by which the caller of GetVersionEx says which record it wants.
