@@ -232,8 +232,10 @@ std::int32_t frmSysTray::AddMenuItem(const std::string& caption, const std::stri
         run([&] { index = static_cast<std::int32_t>(items_.size()) - 1; });
         auto* item = Item(index);
         run([&] { item->setData(QString::fromStdString(key)); });
-        run([&] { item->setText(QString::fromStdString(Replace(caption, "&", "&&"))); });
+        // The text of a separator would be shown as the title of a section.
         run([&] { item->setSeparator(caption == "-"); });
+        if (!item->isSeparator())
+            run([&] { item->setText(QString::fromStdString(Replace(caption, "&", "&&"))); });
         run([&] { item->setVisible(true); });
         if (isDefault) run([&] { DefaultMenuIndex(index); });
     });

@@ -57,7 +57,7 @@ public:
         std::vector<std::string> items;
         for (const auto* item : menu ? menu->actions() : QList<QAction*>()) {
             if (!item->isVisible()) continue;
-            auto text = item->isSeparator() ? "--" : item->text().toStdString();
+            auto text = (item->isSeparator() ? "--" : "") + item->text().toStdString();
             if (item == menu->defaultAction()) text += "*";
             if (!item->isEnabled()) text += "!";
             if (item->isChecked()) text += "+";
