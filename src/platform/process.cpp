@@ -52,7 +52,11 @@ std::string ProgramFolder() {
     return folder;
 }
 
+std::string ProgramPath() { return Executable().string(); }
+
 std::string ProgramName() { return Executable().stem().string(); }
+
+std::string ProgramDescription() { return PELLAGO_DESCRIPTION; }
 
 std::string CommandLineText() {
     std::ifstream file("/proc/self/cmdline", std::ios::binary);

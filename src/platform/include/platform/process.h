@@ -12,8 +12,14 @@ namespace pellago {
 /// fails, opening a file in it fails.
 std::string ProgramFolder();
 
+/// The executable's absolute path.
+std::string ProgramPath();
+
 /// The executable's file name without extension.
 std::string ProgramName();
+
+/// What the program is for, in one line.
+std::string ProgramDescription();
 
 /// The process's arguments, without the program's path, with a blank between each two.
 std::string CommandLineText();
