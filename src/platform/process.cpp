@@ -52,6 +52,8 @@ std::string ProgramFolder() {
     return folder;
 }
 
+std::string ProgramPath() { return Executable().string(); }
+
 std::string ProgramName() { return Executable().stem().string(); }
 
 std::string CommandLineText() {

@@ -17,10 +17,12 @@ namespace {
 constexpr std::array kSignals{SIGHUP, SIGINT, SIGTERM};
 
 volatile sig_atomic_t write_end = -1;
+volatile sig_atomic_t signalled = 0;
 
 // Only what is safe in the middle of anything: the loop does the rest.
 void SignalArrived(int signal) {
     const int error = errno;
+    signalled = 1;
     const auto byte = static_cast<unsigned char>(signal);
     [[maybe_unused]] const auto written = write(write_end, &byte, 1);
     errno = error;
@@ -62,6 +64,7 @@ struct OnTerminationSignal::Pipe {
 OnTerminationSignal::OnTerminationSignal(std::function<void(int signal)> callback)
     : pipe_(std::make_unique<Pipe>(std::move(callback))) {
     write_end = pipe_->ends[1];
+    signalled = 0;
     for (std::size_t index = 0; index < kSignals.size(); ++index) {
         sigaction(kSignals[index], nullptr, &pipe_->before[index]);
         if (pipe_->before[index].sa_handler == SIG_IGN) continue;
@@ -77,5 +80,7 @@ OnTerminationSignal::~OnTerminationSignal() {
         sigaction(kSignals[index], &pipe_->before[index], nullptr);
     write_end = -1;
 }
+
+bool TerminationSignalled() { return signalled != 0; }
 
 }  // namespace pellago

@@ -75,6 +75,24 @@ TEST_F(AProgram, StoppedByCtrlCEndsTheRunProperly) {
     EXPECT_EQ(Ask("SELECT COUNT(*) FROM DownloadSessions WHERE EndTime IS NULL"), "0");
 }
 
+TEST_F(AProgram, StoppedWhileItWaitsForALockDoesNotWaitOn) {
+    server_.Answer("/feed", {.body = Feed("F", "http://f.example/", 1), .delay = 200ms});
+    Subscribe("/feed");
+    const Descriptor output(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    auto update = Program({"update"}, output);
+    for (int attempt = 0; attempt < 1000 && server_.Requests("/feed") == 0; ++attempt)
+        std::this_thread::sleep_for(10ms);
+    Connection other;
+    other.DataSource(Database());
+    other.BeginWrites();
+    std::this_thread::sleep_for(600ms);
+    const auto start = std::chrono::steady_clock::now();
+    update.Signal(SIGTERM);
+
+    EXPECT_EQ(update.Wait(), 130);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+}
+
 TEST_F(AProgram, RunTwiceAtOnceStoresNothingTwice) {
     server_.Answer("/feed", {.body = Feed("F", "http://f.example/", 2000), .delay = 300ms});
     Subscribe("/feed");

@@ -52,11 +52,15 @@ TEST(TerminationSignal, ComesFromTheMessageLoopUnlessIgnoredAndLeavesTheOldDispo
     {
         const OnTerminationSignal watch([&](int number) { arrived.push_back(number); });
         raise(SIGINT);
+        EXPECT_FALSE(TerminationSignalled());
         raise(SIGTERM);
+        EXPECT_TRUE(TerminationSignalled());
         EXPECT_THAT(arrived, ElementsAre()) << "called in the middle of something";
         EXPECT_TRUE(test::WaitUntil([&] { return !arrived.empty(); }));
     }
     EXPECT_THAT(arrived, ElementsAre(SIGTERM));
+    EXPECT_TRUE(TerminationSignalled());
+    EXPECT_FALSE((OnTerminationSignal([](int) {}), TerminationSignalled()));
     EXPECT_EQ(signal(SIGTERM, before_term), RememberedHandler);
     EXPECT_EQ(signal(SIGINT, before_int), SIG_IGN);
 }

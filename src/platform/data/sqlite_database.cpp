@@ -2,18 +2,26 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <thread>
 #include <utility>
 
 #include "platform/data/connection.h"
 #include "platform/run_time_error.h"
+#include "platform/termination_signal.h"
 #include "sqlite_error.h"
 
 namespace pellago::data {
 namespace {
 
-constexpr int kBusyMilliseconds = 10000;
+using Clock = std::chrono::steady_clock;
+
+// How long a lock of another process is waited for, and how long by a program that is to end: its last rows
+// should not be lost to a lock of a moment.
+constexpr std::chrono::seconds kPatience{10};
+constexpr std::chrono::milliseconds kLastPatience{100};
 
 /// `path` as the library's file address, for the options that only an address can carry.
 std::string ImmutableAddress(const std::string& path) {
@@ -43,6 +51,17 @@ bool HasContent(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
+/// In steps that a termination signal can end. False gives up.
+int WaitForLock(void* since, int steps) {
+    auto& start = *static_cast<Clock::time_point*>(since);
+    if (steps == 0) start = Clock::now();
+    const auto patience = TerminationSignalled() ? Clock::duration(kLastPatience) : kPatience;
+    if (Clock::now() - start >= patience) return 0;
+    constexpr int kLongestStep = 25;  // milliseconds
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(steps + 1, kLongestStep)));
+    return 1;
+}
+
 }  // namespace
 
 Database::Database(const std::string& path) : path_(path) {
@@ -69,7 +88,7 @@ void Database::OpenFile(const std::string& file, int flags) {
     if (code != SQLITE_OK && handle && sqlite3_system_errno(handle) != 0)
         throw FileFailure(path_, sqlite3_system_errno(handle));
     Check(code);
-    Check(sqlite3_busy_timeout(handle, kBusyMilliseconds));
+    Check(sqlite3_busy_handler(handle, WaitForLock, &waiting_since_));
 }
 
 void Database::CheckReadable() {

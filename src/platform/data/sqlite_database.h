@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -92,6 +93,7 @@ private:
         void operator()(sqlite3* handle) const { sqlite3_close(handle); }
     };
     std::string path_;
+    std::chrono::steady_clock::time_point waiting_since_;
     std::unique_ptr<sqlite3, Closer> handle_;
     // After handle_: statements go before the connection they belong to.
     std::unordered_map<std::string, std::unique_ptr<Statement>> prepared_;

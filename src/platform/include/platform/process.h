@@ -12,8 +12,14 @@ namespace pellago {
 /// fails, opening a file in it fails.
 std::string ProgramFolder();
 
+/// The executable's absolute path.
+std::string ProgramPath();
+
 /// The executable's file name without extension.
 std::string ProgramName();
+
+/// What the program is for, in one line.
+std::string ProgramDescription();
 
 /// The process's arguments, without the program's path, with a blank between each two.
 std::string CommandLineText();
@@ -26,9 +32,6 @@ struct Version {
 Version ProgramVersion();
 /// The three numbers joined by ".".
 std::string ProgramVersionText();
-
-/// What the program is, in one line.
-std::string ProgramDescription();
 
 /// `name` in `folder`; an absolute name stays as it is.
 std::string JoinPath(const std::string& folder, const std::string& name);
