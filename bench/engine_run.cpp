@@ -1,5 +1,6 @@
 #include "engine_run.h"
 
+#include "engine/run_objects.h"
 #include "store/schema.h"
 
 namespace pellago::bench {
@@ -22,13 +23,7 @@ void MakeDatabase(const std::string& path, const std::vector<std::string>& addre
 }
 
 EngineRun::EngineRun(const std::string& path) : database_(path) {
-    engine_.ProvidersRecordSet(database_.Recordsets("rsAllProviders"));
-    engine_.ChannelsRecordSet(database_.Recordsets("rsAllChannels"));
-    engine_.DownloadLog(database_.Recordsets("rsDownloadLog"));
-    engine_.DownloadSessions(database_.Recordsets("rsDownloadSessions"));
-    engine_.ItemSearchByLinkCommand(database_.Commands("cmdSearchItemByLink"));
-    engine_.ItemSearchFullCommand(database_.Commands("cmdFullSearchItem"));
-    engine_.ItemAddCommand(database_.Commands("cmdAddItem"));
+    InitDBObjects([](auto&& statement) { statement(); }, engine_, database_);
 }
 
 std::int32_t EngineRun::Stored() { return CLng(database_.CnnRSS()->Scalar("SELECT count(*) FROM News")); }

@@ -8,7 +8,7 @@
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
 #include "database.h"
-#include "engine/update_run.h"
+#include "engine/run_objects.h"
 #include "infra/error_handler.h"
 #include "infra/process_objects.h"
 #include "live_display.h"
@@ -42,7 +42,6 @@ private:
     void OnChannelDone(const Variant& name, std::int32_t channel_id) override;
 
     bool IsFullRun() const { return !options_.provider && !options_.channel; }
-    void InitDBObjects();
     void StartEngine();
     void Stop();
     std::int32_t ShowReport(const std::string& report);
@@ -96,10 +95,7 @@ UpdateVerb::~UpdateVerb() {
 }
 
 ExitStatus UpdateVerb::Run() {
-    // Better now than after the first feed is fetched.
-    database_->CnnRSS()->BeginWrites();
-    database_->CnnRSS()->CommitWrites();
-    InitDBObjects();
+    InitDBObjects([](auto&& statement) { statement(); }, engine_, *database_);
     reader_ = std::make_unique<RunReader>(*database_);
     // The second Ctrl-C finds no handler any more and ends the program at once.
     signals_.emplace([this](int) {
@@ -115,22 +111,6 @@ ExitStatus UpdateVerb::Run() {
     record_.cancelled = engine_.Cancel();
     PrintEnd();
     return Status();
-}
-
-void UpdateVerb::InitDBObjects() {
-    const auto fresh = [&](const char* name) {
-        auto rows = database_->Recordsets(name);
-        if (rows->IsOpen()) rows->Close();
-        rows->Open();
-        return rows;
-    };
-    engine_.ProvidersRecordSet(fresh("rsAllProviders"));
-    engine_.ChannelsRecordSet(fresh("rsAllChannels"));
-    engine_.DownloadLog(database_->Recordsets("rsDownloadLog"));
-    engine_.DownloadSessions(database_->Recordsets("rsDownloadSessions"));
-    engine_.ItemSearchByLinkCommand(database_->Commands("cmdSearchItemByLink"));
-    engine_.ItemSearchFullCommand(database_->Commands("cmdFullSearchItem"));
-    engine_.ItemAddCommand(database_->Commands("cmdAddItem"));
 }
 
 void UpdateVerb::StartEngine() {

@@ -1,4 +1,4 @@
-#include "a_run.h"
+#include "support/a_run.h"
 
 namespace pellago::test {
 namespace {
@@ -51,6 +51,7 @@ TEST_P(AFailingStatement, WhicheverItIsLeavesADatabaseThatTheNextRunCompletes) {
             asked = true;
             return with;
         });
+        const auto engine = Engine();
         int statement = 0;
         std::string failed;
         database->CnnRSS()->OnStatement([&](std::string_view sql) {
@@ -58,7 +59,7 @@ TEST_P(AFailingStatement, WhicheverItIsLeavesADatabaseThatTheNextRunCompletes) {
             failed = sql;
             throw RunTimeError(data_error::kStatementFailed, "Test", "made to fail");
         });
-        run(*Engine());
+        run(*engine);
         database->CnnRSS()->OnStatement({});
         if (failed.empty()) break;
         ++failures;

@@ -1,6 +1,6 @@
-#include "a_run.h"
 #include "infra/errors_to_file.h"
 #include "platform/thread_timer.h"
+#include "support/a_run.h"
 
 namespace pellago::test {
 namespace {

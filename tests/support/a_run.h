@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/update_run.h"
+#include "engine/run_objects.h"
 #include "infra/process_objects.h"
 #include "store/de1.h"
 #include "store/schema.h"
@@ -81,13 +81,7 @@ protected:
 
     std::unique_ptr<CDBUpdate> Engine(DE1& on) {
         auto engine = std::make_unique<CDBUpdate>(events);
-        engine->ProvidersRecordSet(Fresh(on, "rsAllProviders"));
-        engine->ChannelsRecordSet(Fresh(on, "rsAllChannels"));
-        engine->DownloadLog(on.Recordsets("rsDownloadLog"));
-        engine->DownloadSessions(on.Recordsets("rsDownloadSessions"));
-        engine->ItemSearchByLinkCommand(on.Commands("cmdSearchItemByLink"));
-        engine->ItemSearchFullCommand(on.Commands("cmdFullSearchItem"));
-        engine->ItemAddCommand(on.Commands("cmdAddItem"));
+        InitDBObjects([](auto&& statement) { statement(); }, *engine, on);
         return engine;
     }
     std::unique_ptr<CDBUpdate> Engine() { return Engine(*database); }
@@ -111,13 +105,6 @@ protected:
             "ORDER BY id");
     }
     std::vector<std::string> Titles() { return Column("SELECT Title FROM News ORDER BY ID"); }
-
-    static std::shared_ptr<Recordset> Fresh(DE1& on, const std::string& name) {
-        auto recordset = on.Recordsets(name);
-        if (recordset->IsOpen()) recordset->Close();
-        recordset->Open();
-        return recordset;
-    }
 
     TempDir folder_;
     EnvVar home_;
