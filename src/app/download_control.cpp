@@ -1,0 +1,186 @@
+#include <QCheckBox>
+
+#include "app/channel_errors.h"
+#include "app/globals.h"
+#include "app/log_viewer.h"
+#include "app/main_window.h"
+#include "desktop/message_box.h"
+#include "engine/run_objects.h"
+#include "infra/guarded_routine.h"
+#include "infra/internet_connection.h"
+#include "infra/process_objects.h"
+#include "main_window_controls.h"
+#include "progress_display.h"
+
+namespace pellago {
+namespace {
+
+constexpr const char* kTitle = "Pellago";
+constexpr std::uint32_t kBalloonMs = 5000;
+constexpr std::int32_t kNoticeSeconds = 10;
+constexpr const char* kNothingDone = "0 %";
+
+std::string At(const char* what) { return std::string(what) + " at " + DefaultText(Now()); }
+
+}  // namespace
+
+void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
+    if (dbu_ || !IsLoaded()) return;
+    if (!sys_tray_) CreateSysTrayIcon();
+    if (!IsInternetConnected()) return TellNoConnection();
+    ShowRunning();
+    RunUpdate(mode, id);
+    // Also where the run was aborted in its middle: otherwise no other one could ever be started.
+    dbu_.reset();
+    ShowIdle();
+}
+
+void frmMain::StopUpdate() {
+    if (dbu_) dbu_->Cancel(true);
+}
+
+void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
+    Guarded("Corvane.frmMain.StartUpdate", [&](Statements& run) {
+        CDBUpdateEvents& events = *this;
+        run([&] { dbu_ = std::make_unique<CDBUpdate>(events); });
+        run([&] { channel_error_list_.emplace(); });
+        run([&] { InitDBObjects(*dbu_); });
+        run([&] { RunEngine(mode, id); });
+        run([&] { ShowIdle(); });
+        if (dbu_->Cancel()) {
+            run([&] { ResetProgress(At("Downloading canceled")); });
+            if (GivesBalloons()) run([&] { ShowBalloon("News download canceled", NIIF_WARNING); });
+        } else {
+            run([&] { ResetProgress(At("Downloading done")); });
+            run([&] { TellOutcome(); });
+        }
+    });
+}
+
+void frmMain::InitDBObjects(CDBUpdate& engine) {
+    Guarded("Corvane.frmMain.InitDBObjects",
+            [&](Statements& run) { pellago::InitDBObjects(run, engine, DataEnvironment()); });
+}
+
+void frmMain::RunEngine(std::int32_t mode, std::int32_t id) {
+    // Stopped while an error of the database was shown; the engine would begin by forgetting that.
+    if (dbu_->Cancel()) return;
+    dbu_->OnlyActive(mode == update_mode::kAll);
+    if (mode == update_mode::kAll)
+        dbu_->Update();
+    else if (mode == update_mode::kProvider)
+        dbu_->UpdateOnlyOneProvider(id);
+    else if (mode == update_mode::kChannel)
+        dbu_->UpdateOnlyOneChannel(id);
+}
+
+bool frmMain::IsInternetConnected() const {
+    bool connected = false;
+    IgnoringErrors([&](Statements& run) { run([&] { connected = CInternetConnection().Connected(); }); });
+    return connected;
+}
+
+void frmMain::TellNoConnection() {
+    IgnoringErrors([&](Statements& run) {
+        const auto* text = "Sorry, the Internet connection is not available!";
+        if (controls_->chkSilent->isChecked()) {
+            if (!isVisible() && sys_tray_)
+                run([&] { sys_tray_->ShowBalloonTip(text, gAppTitle, NIIF_INFO, kBalloonMs); });
+            else
+                run([&] { ShowTimedMessage(text, gAppTitle, kNoticeSeconds); });
+        }
+        run([&] { ResetProgress("Error: the Internet connection is not available"); });
+    });
+}
+
+void frmMain::ShowRunning() {
+    IgnoringErrors([&](Statements& run) {
+        if (!sys_tray_) return;
+        run([&] { sys_tray_->EnableMenuItem(menu_start_index_, false); });
+        run([&] { sys_tray_->EnableMenuItem(menu_exit_index_, false); });
+        run([&] { sys_tray_->EnableMenuItem(menu_stop_index_, true); });
+        if (GivesBalloons()) run([&] { ShowBalloon("News downloading started", NIIF_INFO); });
+    });
+}
+
+void frmMain::ShowIdle() {
+    if (!sys_tray_) return;
+    sys_tray_->IconHandle(icon_);
+    sys_tray_->ToolTip(kTitle);
+    sys_tray_->EnableMenuItem(menu_start_index_, true);
+    sys_tray_->EnableMenuItem(menu_exit_index_, true);
+    sys_tray_->EnableMenuItem(menu_stop_index_, false);
+}
+
+void frmMain::TellOutcome() {
+    if (isVisible()) {
+        if (!channel_error_list_)
+            ShowTimedMessage(At("News downloading done"), kTitle, kNoticeSeconds);
+        else if (!channel_error_list_->empty())
+            ShowChannelErrors();
+    } else if (GivesBalloons()) {
+        if (channel_error_list_ && !channel_error_list_->empty() &&
+            controls_->chkShowChannelsErrors->isChecked())
+            ShowBalloon("News downloading done with errors", NIIF_ERROR);
+        else
+            ShowBalloon("News downloading done", NIIF_INFO);
+    }
+}
+
+bool frmMain::GivesBalloons() const { return !isVisible() && !controls_->chkSilent->isChecked(); }
+
+void frmMain::ShowBalloon(const std::string& text, std::uint32_t kind) {
+    if (sys_tray_) sys_tray_->ShowBalloonTip(text, kTitle, kind, kBalloonMs);
+}
+
+void frmMain::ResetProgress(const std::string& text) {
+    provider_->Line("Provider:");
+    channel_->Line("Channel:");
+    if (!text.empty()) item_->Line(text);
+    for (auto* display : {provider_.get(), channel_.get(), item_.get()}) {
+        display->Progress(0, kNothingDone);
+        display->Flush();
+    }
+}
+
+// The list is taken away first: a click on the balloon must not bring up the dialog a second time.
+void frmMain::ShowChannelErrors() {
+    IgnoringErrors([&](Statements& run) {
+        const auto list = std::exchange(channel_error_list_, std::nullopt);
+        if (!list || list->empty() || !controls_->chkShowChannelsErrors->isChecked()) return;
+        frmChannelErrors dialog;
+        run([&] { dialog.Load(); });
+        run([&] { dialog.FillChannels(*list); });
+        run([&] { dialog.SupportMail(gErrorHandler->SupportMail()); });
+        run([&] { dialog.BringToTop(); });
+        run([&] { MessageBeep(); });
+        run([&] { dialog.Show(ShowMode::kModal); });
+        run([&] { dialog.Unload(); });
+    });
+}
+
+void frmMain::cmdUpdate_Click() {
+    Guarded("Corvane.frmMain.cmdUpdate_Click", [&](Statements& run) {
+        if (dbu_) return;
+        run([&] { update_timer_.reset(); });
+        run([&] { StartUpdate(update_mode::kAll, 0); });
+        run([&] { StartUpdateTimer(); });
+    });
+}
+
+void frmMain::cmdStop_Click() { StopUpdate(); }
+
+void frmMain::cmdLog_Click() {
+    Guarded("Corvane.frmMain.cmdLog_Click", [&](Statements& run) {
+        if (channel_error_list_ && !channel_error_list_->empty()) {
+            run([&] { ShowChannelErrors(); });
+            return;
+        }
+        frmLog log;
+        run([&] { log.Load(); });
+        run([&] { log.Show(ShowMode::kModal); });
+        run([&] { log.Unload(); });
+    });
+}
+
+}  // namespace pellago

@@ -1,0 +1,138 @@
+#include "app/start_up.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <iostream>
+
+#include "app/error_message.h"
+#include "app/globals.h"
+#include "app/main_window.h"
+#include "app/switches.h"
+#include "desktop/application.h"
+#include "infra/guarded_routine.h"
+#include "infra/process_objects.h"
+#include "platform/process.h"
+#include "platform/termination_signal.h"
+#include "platform/text.h"
+#include "platform/window_messages.h"
+
+namespace pellago {
+namespace {
+
+constexpr const char* kSection = "Settings";
+constexpr const char* kWindow = "hWnd";
+
+bool Names(const std::vector<std::string>& arguments, const std::string& name) {
+    return std::any_of(arguments.begin(), arguments.end(), [&](const auto& argument) {
+        return argument == "--" + name || argument == '/' + name;
+    });
+}
+
+struct Message {
+    std::int32_t number;
+    std::int32_t param;
+};
+
+/// To the instance that runs, if it has told which its window is.
+void Forward(std::initializer_list<Message> messages) {
+    const auto window = CLng(gAppSettings->GetSetting(kSection, kWindow, Variant(0)));
+    if (window <= 0) return;
+    for (const auto& message : messages) SendMessage(window, message.number, message.param, 0);
+}
+
+void EndApplication(frmMain& window) {
+    ReleaseAppMutex();
+    window.Unload();
+}
+
+void ForwardAndEnd(frmMain& window, std::initializer_list<Message> messages) {
+    Forward(messages);
+    EndApplication(window);
+}
+
+/// What the command line asks of the instance that runs already.
+void HandOver(frmMain& window) {
+    const Message show{WM_CMD_SHOW, 0};
+    if (gUpdateRequested && gShowMainWindow)
+        ForwardAndEnd(window, {show, {WM_CMD_UPDATE_ALL, 0}});
+    else if (gUpdateRequested)
+        ForwardAndEnd(window, {{WM_CMD_UPDATE_ALL, 0}});
+    else if (gProviderID > 0)
+        ForwardAndEnd(window, {{WM_CMD_UPDATE_PROVIDER, gProviderID}});
+    else if (gChannelID > 0)
+        ForwardAndEnd(window, {{WM_CMD_UPDATE_CHANNEL, gChannelID}});
+    else if (gShowMainWindow)
+        ForwardAndEnd(window, {show});
+    else
+        EndApplication(window);
+}
+
+void StartRequestedRun(frmMain& window) {
+    if (gUpdateRequested)
+        window.StartUpdate(update_mode::kAll, 0);
+    else if (gProviderID > 0)
+        window.StartUpdate(update_mode::kProvider, gProviderID);
+    else if (gChannelID > 0)
+        window.StartUpdate(update_mode::kChannel, gChannelID);
+}
+
+void ProcessParameters(frmMain& window) {
+    Guarded("Corvane.mGlobals.ProcessParameters", [&](Statements& run) {
+        if (gAlreadyRunning) {
+            run([&] { HandOver(window); });
+            return;
+        }
+        run([&] { StartRequestedRun(window); });
+        // It may have been closed in the middle of the run.
+        if (!window.IsLoaded()) return;
+        if (gShowMainWindow)
+            run([&] { window.Show(); });
+        else
+            run([&] { window.StartHidden(); });
+        run([&] { gAppSettings->SaveSetting(kSection, kWindow, Variant(window.hWnd())); });
+    });
+}
+
+/// With windows, from the first to the last.
+int RunWindows() {
+    const Application application;
+    UseErrorDialog(ShowErrorMessage);
+    frmMain window([] { Application::Quit(); });
+    const OnTerminationSignal signals([&](int) { window.Unload(); });
+    Application::OnSessionEnd([&] { window.Unload(UnloadMode::kAppWindows); });
+    window.Load();
+    gAlreadyRunning = IsAlreadyRunning();
+    if (!gAlreadyRunning) window.CreateSysTrayIcon();
+    ProcessParameters(window);
+    const int status = Application::Run();
+    window.Unload();
+    Application::OnSessionEnd(nullptr);
+    CloseDataEnvironment();
+    UseErrorDialog(nullptr);
+    return status;
+}
+
+}  // namespace
+
+int Main(const std::vector<std::string>& arguments) {
+    if (Names(arguments, "help")) {
+        std::cout << kUsage;
+        return 0;
+    }
+    if (Names(arguments, "version")) {
+        std::cout << "pellagod " << ProgramVersionText() << '\n';
+        return 0;
+    }
+    CreateProcessObjects();
+    IgnoringErrors([&](Statements& run) {
+        gShowMainWindow = true;
+        run([&] {
+            gShowMainWindow = CLng(gAppSettings->GetSetting(kSection, "StartInTray", Variant(0))) != 1;
+        });
+        run([&] { ReadSwitches(arguments); });
+        if (gCloseRequested) run([&] { Forward({{WM_CMD_CLOSE, 0}}); });
+    });
+    return gCloseRequested ? 0 : RunWindows();
+}
+
+}  // namespace pellago
