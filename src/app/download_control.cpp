@@ -29,10 +29,13 @@ void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
     if (!sys_tray_) CreateSysTrayIcon();
     if (!IsInternetConnected()) return TellNoConnection();
     ShowRunning();
-    RunUpdate(mode, id);
-    // Also where the run was aborted in its middle: otherwise no other one could ever be started.
-    dbu_.reset();
-    ShowIdle();
+    IgnoringErrors([&](Statements& run) {
+        run([&] { RunUpdate(mode, id); });
+        if (!dbu_) return;
+        // Aborted in its middle; no other one could ever be started.
+        run([&] { dbu_.reset(); });
+        run([&] { ShowIdle(); });
+    });
 }
 
 void frmMain::StopUpdate() {
@@ -54,6 +57,7 @@ void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
             run([&] { ResetProgress(At("Downloading done")); });
             run([&] { TellOutcome(); });
         }
+        run([&] { dbu_.reset(); });
     });
 }
 

@@ -149,6 +149,9 @@ bool frmMain::AskWhetherToClose() {
 void frmMain::Form_Unload() {
     IgnoringErrors([&](Statements& run) {
         run([&] { StopUpdate(); });
+        run([&] {
+            if (link_catcher_) link_catcher_->Unload();
+        });
         run([&] { link_catcher_.reset(); });
         run([&] { tray_wait_.stop(); });
         run([&] { OnNotificationAreaChange(nullptr); });

@@ -2,7 +2,10 @@
 #include <QComboBox>
 #include <QEvent>
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QTabWidget>
 #include <cmath>
 
 #include "app/globals.h"
@@ -124,20 +127,28 @@ void frmMain::txtNumber_Validate(bool& cancel) {
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != controls_->txtNumber || event->type() != QEvent::FocusOut)
-        return Form::eventFilter(watched, event);
+    if (watched != controls_->txtNumber) return Form::eventFilter(watched, event);
+    if (event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->matches(QKeySequence::InsertParagraphSeparator)) {
+        controls_->btnApply->click();
+        return true;
+    }
+    if (event->type() != QEvent::FocusOut) return false;
     // Another window, or the box's own menu, takes the focus only for a while.
     const auto reason = static_cast<QFocusEvent*>(event)->reason();
     if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason || !isVisible()) return false;
     RunHandler([this] {
         bool cancel = false;
         txtNumber_Validate(cancel);
-        // The focus is still on its way to the next control.
-        if (cancel)
-            QMetaObject::invokeMethod(
-                controls_->txtNumber, [this] { controls_->txtNumber->setFocus(); }, Qt::QueuedConnection);
+        // The focus is still on its way to the next control, or to another tab.
+        if (cancel) QMetaObject::invokeMethod(this, [this] { FocusNumber(); }, Qt::QueuedConnection);
     });
     return false;
+}
+
+void frmMain::FocusNumber() {
+    controls_->tabUpdate->setCurrentWidget(controls_->elaOptions);
+    controls_->txtNumber->setFocus();
 }
 
 }  // namespace pellago

@@ -23,6 +23,9 @@ Qt::WindowFlags FlagsOf(BorderStyle border) {
     switch (border) {
         case BorderStyle::kNone:
             return Qt::Window | Qt::FramelessWindowHint;
+        case BorderStyle::kFixedSingle:
+            return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                   Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint;
         case BorderStyle::kFixedDialog:
             return Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowCloseButtonHint;

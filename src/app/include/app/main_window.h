@@ -119,6 +119,7 @@ private:
     void StartUpdateTimer();
     void btnApply_Click();
     void txtNumber_Validate(bool& cancel);
+    void FocusNumber();
 
     // Tray.
     void SysTrayMouseDown(std::int32_t button) override;
