@@ -79,8 +79,10 @@ void frmMain::Form_Load() {
         run([&] { SetThemeBackColor(); });
         run([&] { ColorControls(); });
         run([&] { controls_->cbProcessPriority->clear(); });
-        for (const auto& [name, priority] : kPriorities)
-            run([&] { controls_->cbProcessPriority->addItem(QLatin1String(name), priority); });
+        for (const auto& priority : kPriorities)
+            run([&] {
+                controls_->cbProcessPriority->addItem(QLatin1String(priority.first), priority.second);
+            });
         run([&] { controls_->lblProductName->setText(QStringLiteral("Pellago")); });
         run([&] {
             controls_->lblVersion->setText(QString::fromStdString("Version " + ProgramVersionText()));

@@ -141,7 +141,9 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
         bool cancel = false;
         txtNumber_Validate(cancel);
         // The focus is still on its way to the next control, or to another tab.
-        if (cancel) QMetaObject::invokeMethod(this, [this] { FocusNumber(); }, Qt::QueuedConnection);
+        if (cancel)
+            QMetaObject::invokeMethod(
+                this, [this] { FocusNumber(); }, Qt::QueuedConnection);
     });
     return false;
 }

@@ -99,6 +99,9 @@ struct Outcome {
     Lines modals;       ///< that come up at the end
     Lines by_button;    ///< that two clicks for the log bring up afterwards
     bool Has(const char* word) const { return given.find(word) != std::string::npos; }
+    friend std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+        return out << outcome.given;
+    }
 };
 
 class AnOutcome : public AMainWindow, public testing::WithParamInterface<Outcome> {};
