@@ -117,6 +117,7 @@ TEST_F(AnOptionsTab, LoadsWhatIsStoredAndLeavesAControlWhoseValueIsNone) {
         {"ProcessPriority", text("77"), "1 1 0 30 0 0 -1"},
         {"ProcessPriority", text("-1"), "1 1 0 30 0 0 -1"},
         {"ProcessPriority", text("6"), "1 1 0 30 0 0 -1"},
+        {"ProcessPriority", text("x"), "1 1 0 30 0 0 -1"},
     };
     gAppSettings->DeleteSetting("Settings", "AutoUpdate");
     Load();
