@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QFocusEvent>
 #include <QLineEdit>
+#include <QTabWidget>
 #include <cmath>
 
 #include "app/globals.h"
@@ -120,7 +121,16 @@ void frmMain::btnApply_Click() {
 
 void frmMain::txtNumber_Validate(bool& cancel) {
     cancel = !IsValid(*controls_->txtNumber);
-    if (cancel) MessageBeep();
+    if (!cancel) return;
+    MessageBeep();
+    // The focus may still be on its way to the next control, or to that of another page.
+    QMetaObject::invokeMethod(
+        controls_->txtNumber,
+        [this] {
+            controls_->tabUpdate->setCurrentWidget(controls_->elaOptions);
+            controls_->txtNumber->setFocus();
+        },
+        Qt::QueuedConnection);
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
@@ -132,10 +142,6 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
     RunHandler([this] {
         bool cancel = false;
         txtNumber_Validate(cancel);
-        // The focus is still on its way to the next control.
-        if (cancel)
-            QMetaObject::invokeMethod(
-                controls_->txtNumber, [this] { controls_->txtNumber->setFocus(); }, Qt::QueuedConnection);
     });
     return false;
 }

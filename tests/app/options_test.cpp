@@ -201,6 +201,26 @@ TEST_F(AnOptionsTab, KeepsTheFocusAndStoresNothingForAnIntervalThatIsNone) {
     }
 }
 
+// A text that was stored is refused without that the box ever had the focus; a page that it is not on has no
+// place for it.
+TEST_F(AnOptionsTab, ShowsWhatItRefuses) {
+    Setting("Number", "abc");
+    ShowInTheBox();
+    auto* tabs = Find<QTabWidget>("tabUpdate");
+    Number()->setText("30");
+    Box("chkSilent")->setFocus();
+    Number()->setText("abc");
+    Click("btnApply");
+    PumpFor(1ms);
+    EXPECT_TRUE(Number()->hasFocus());
+    EXPECT_EQ(beeps, 1);
+    tabs->setCurrentIndex(0);
+    PumpFor(1ms);
+    EXPECT_EQ(tabs->currentIndex(), 1);
+    EXPECT_TRUE(Number()->hasFocus());
+    EXPECT_EQ(beeps, 2);
+}
+
 TEST_F(AnOptionsTab, JudgesNoIntervalThatIsStillTyped) {
     ShowInTheBox();
     Number()->setText("abc");
