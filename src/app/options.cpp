@@ -4,7 +4,6 @@
 #include <QFocusEvent>
 #include <QLineEdit>
 #include <QTabWidget>
-#include <cmath>
 
 #include "app/globals.h"
 #include "app/main_window.h"
@@ -101,7 +100,7 @@ void frmMain::ApplyPriority() {
 
 void frmMain::StartUpdateTimer() {
     if (!IsLoaded() || !controls_->chkAutoUpdate->isChecked()) return;
-    if (!IsNumeric(TextOf(*controls_->txtNumber)) || !IsValid(*controls_->txtNumber)) return;
+    if (!IsValid(*controls_->txtNumber)) return;
     const auto minutes = Interval(*controls_->txtNumber);
     if (minutes < 1) return;
     pending_message_ = 0;
