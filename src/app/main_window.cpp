@@ -151,7 +151,7 @@ bool frmMain::AskWhetherToClose() {
 void frmMain::Form_Unload() {
     IgnoringErrors([&](Statements& run) {
         run([&] { StopUpdate(); });
-        run([&] { link_catcher_.reset(); });
+        run([&] { CloseLinkCatcher(); });
         run([&] { tray_wait_.stop(); });
         run([&] { OnNotificationAreaChange(nullptr); });
         run([&] {
