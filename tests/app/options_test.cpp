@@ -321,11 +321,11 @@ TEST_F(AnOptionsTab, ArmsAnewAfterTheStartButtonAndDuringARunOfTheMenu) {
 TEST_F(AnOptionsTab, ArmsAnewAfterAForwardedCommandAndNeverOnceItIsUnloaded) {
     Feeds({"feed"});
     Setting("AutoUpdate", "1");
-    next_wait = 150;
+    next_wait = 100;
     Load();
     next_wait = 30;
     Send(WM_CMD_RESET_TIMER);
-    PumpFor(250ms);
+    PumpFor(200ms);
     EXPECT_EQ(EndedSessions(), 0U) << "the command's timer takes the place of the other";
     EXPECT_TRUE(RunEnds()) << "what was armed anew is an automatic update again";
     ASSERT_TRUE(WaitUntil([&] { return armed.size() == 3; }));
