@@ -83,6 +83,8 @@ void frmMain::Form_Load() {
             run([&] {
                 controls_->cbProcessPriority->addItem(QLatin1String(priority.first), priority.second);
             });
+        // The first one, selected by that, is nobody's choice; a stored value that is none would leave it.
+        run([&] { controls_->cbProcessPriority->setCurrentIndex(-1); });
         run([&] { controls_->lblProductName->setText(QStringLiteral("Pellago")); });
         run([&] {
             controls_->lblVersion->setText(QString::fromStdString("Version " + ProgramVersionText()));
@@ -151,10 +153,7 @@ bool frmMain::AskWhetherToClose() {
 void frmMain::Form_Unload() {
     IgnoringErrors([&](Statements& run) {
         run([&] { StopUpdate(); });
-        run([&] {
-            if (link_catcher_) link_catcher_->Unload();
-        });
-        run([&] { link_catcher_.reset(); });
+        run([&] { CloseLinkCatcher(); });
         run([&] { tray_wait_.stop(); });
         run([&] { OnNotificationAreaChange(nullptr); });
         run([&] {

@@ -6,7 +6,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTabWidget>
-#include <cmath>
 
 #include "app/globals.h"
 #include "app/main_window.h"
@@ -103,7 +102,7 @@ void frmMain::ApplyPriority() {
 
 void frmMain::StartUpdateTimer() {
     if (!IsLoaded() || !controls_->chkAutoUpdate->isChecked()) return;
-    if (!IsNumeric(TextOf(*controls_->txtNumber)) || !IsValid(*controls_->txtNumber)) return;
+    if (!IsValid(*controls_->txtNumber)) return;
     const auto minutes = Interval(*controls_->txtNumber);
     if (minutes < 1) return;
     pending_message_ = 0;
@@ -123,7 +122,11 @@ void frmMain::btnApply_Click() {
 
 void frmMain::txtNumber_Validate(bool& cancel) {
     cancel = !IsValid(*controls_->txtNumber);
-    if (cancel) MessageBeep();
+    if (!cancel) return;
+    MessageBeep();
+    // The focus may still be on its way to the next control, or to that of another page.
+    QMetaObject::invokeMethod(
+        this, [this] { FocusNumber(); }, Qt::QueuedConnection);
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
@@ -140,10 +143,6 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
     RunHandler([this] {
         bool cancel = false;
         txtNumber_Validate(cancel);
-        // The focus is still on its way to the next control, or to another tab.
-        if (cancel)
-            QMetaObject::invokeMethod(
-                this, [this] { FocusNumber(); }, Qt::QueuedConnection);
     });
     return false;
 }

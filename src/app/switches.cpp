@@ -1,6 +1,5 @@
 #include "app/switches.h"
 
-#include <array>
 #include <iostream>
 
 #include "app/command_args.h"

@@ -49,6 +49,11 @@ private:
 
 QPointer<Timers> timers;
 
+std::function<std::int32_t(std::int32_t)>& IntervalReplacement() {
+    static std::function<std::int32_t(std::int32_t)> replacement;
+    return replacement;
+}
+
 Timers& AllTimers() {
     if (auto* known = timers.data()) return *known;
     auto* application = QCoreApplication::instance();
@@ -67,7 +72,12 @@ std::uint32_t GetTickCount() {
 }
 
 std::int32_t SetTimer(std::int32_t interval, std::function<void(std::uint32_t tick_count)> callback) {
-    return AllTimers().Start(interval, std::move(callback));
+    const auto& replacement = IntervalReplacement();
+    return AllTimers().Start(replacement ? replacement(interval) : interval, std::move(callback));
+}
+
+void ReplaceTimerInterval(std::function<std::int32_t(std::int32_t interval)> replacement) {
+    IntervalReplacement() = std::move(replacement);
 }
 
 bool KillTimer(std::int32_t id) {

@@ -353,8 +353,12 @@ TEST_F(AMainWindow, OpensAndClosesTheCatcherAndMarksItsEntry) {
         EXPECT_THAT(Entries(), HasSubstr("|RSS Link Catcher|"));
     }
     shell.Choose("RSS Link Catcher");
+    catcher()->move(50, 60);
     Send(WM_CMD_CLOSE);
     EXPECT_FALSE(catcher());
+    Load();
+    shell.Choose("RSS Link Catcher");
+    EXPECT_EQ(catcher()->pos(), QPoint(50, 60)) << "it is not where it was left";
 }
 
 TEST_F(AMainWindow, ShowsTheErrorsOnceHoweverOftenTheBalloonIsClicked) {

@@ -13,6 +13,10 @@ std::uint32_t GetTickCount();
 /// KillTimer. Ticks that come while the callback is still running are lost. Returns the timer's id, never 0.
 std::int32_t SetTimer(std::int32_t interval, std::function<void(std::uint32_t tick_count)> callback);
 
+/// Makes SetTimer wait for what `replacement` makes of the interval that it is given; an empty function
+/// brings the intervals themselves back. For tests, which cannot wait for minutes.
+void ReplaceTimerInterval(std::function<std::int32_t(std::int32_t interval)> replacement);
+
 /// Ends a timer, also from inside its own callback. False for an id that is not running.
 bool KillTimer(std::int32_t id);
 
