@@ -79,8 +79,8 @@ void frmMain::Form_Load() {
         run([&] { SetThemeBackColor(); });
         run([&] { ColorControls(); });
         run([&] { controls_->cbProcessPriority->clear(); });
-        for (const auto& [name, priority] : kPriorities)
-            run([&] { controls_->cbProcessPriority->addItem(QLatin1String(name), priority); });
+        for (const auto& entry : kPriorities)
+            run([&] { controls_->cbProcessPriority->addItem(QLatin1String(entry.first), entry.second); });
         // The first one, selected by that, is nobody's choice; a stored value that is none would leave it.
         run([&] { controls_->cbProcessPriority->setCurrentIndex(-1); });
         run([&] { controls_->lblProductName->setText(QStringLiteral("Pellago")); });
