@@ -28,7 +28,8 @@ void frmMain::iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32
                 run([&] { Unload(); });
                 break;
             case WM_CMD_CLOSE_IF_IDLE:
-                lReturn = dbu_ ? -wParam : wParam;
+                // The smallest number has no negative: any program may send it.
+                lReturn = dbu_ ? static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(wParam)) : wParam;
                 if (!dbu_) run([&] { Unload(); });
                 break;
             default:

@@ -79,10 +79,8 @@ void frmMain::Form_Load() {
         run([&] { SetThemeBackColor(); });
         run([&] { ColorControls(); });
         run([&] { controls_->cbProcessPriority->clear(); });
-        for (const auto& priority : kPriorities)
-            run([&] {
-                controls_->cbProcessPriority->addItem(QLatin1String(priority.first), priority.second);
-            });
+        for (const auto& entry : kPriorities)
+            run([&] { controls_->cbProcessPriority->addItem(QLatin1String(entry.first), entry.second); });
         // The first one, selected by that, is nobody's choice; a stored value that is none would leave it.
         run([&] { controls_->cbProcessPriority->setCurrentIndex(-1); });
         run([&] { controls_->lblProductName->setText(QStringLiteral("Pellago")); });
@@ -186,6 +184,8 @@ void frmMain::HideOrMinimize() {
 }
 
 void frmMain::StartHidden() {
+    // Somebody may have opened it in the middle of a run that came first.
+    if (isVisible()) return;
     WindowState(FormWindowState::kMinimized);
     // The desktop's panel may be started after this program.
     if (!NotificationAreaAvailable()) tray_wait_.start();

@@ -45,26 +45,19 @@ void EndApplication(frmMain& window) {
     window.Unload();
 }
 
-void ForwardAndEnd(frmMain& window, std::initializer_list<Message> messages) {
-    Forward(messages);
-    EndApplication(window);
-}
-
 /// What the command line asks of the instance that runs already.
-void HandOver(frmMain& window) {
+void HandOver() {
     const Message show{WM_CMD_SHOW, 0};
     if (gUpdateRequested && gShowMainWindow)
-        ForwardAndEnd(window, {show, {WM_CMD_UPDATE_ALL, 0}});
+        Forward({show, {WM_CMD_UPDATE_ALL, 0}});
     else if (gUpdateRequested)
-        ForwardAndEnd(window, {{WM_CMD_UPDATE_ALL, 0}});
+        Forward({{WM_CMD_UPDATE_ALL, 0}});
     else if (gProviderID > 0)
-        ForwardAndEnd(window, {{WM_CMD_UPDATE_PROVIDER, gProviderID}});
+        Forward({{WM_CMD_UPDATE_PROVIDER, gProviderID}});
     else if (gChannelID > 0)
-        ForwardAndEnd(window, {{WM_CMD_UPDATE_CHANNEL, gChannelID}});
+        Forward({{WM_CMD_UPDATE_CHANNEL, gChannelID}});
     else if (gShowMainWindow)
-        ForwardAndEnd(window, {show});
-    else
-        EndApplication(window);
+        Forward({show});
 }
 
 void StartRequestedRun(frmMain& window) {
@@ -79,7 +72,7 @@ void StartRequestedRun(frmMain& window) {
 void ProcessParameters(frmMain& window) {
     Guarded("Corvane.mGlobals.ProcessParameters", [&](Statements& run) {
         if (gAlreadyRunning) {
-            run([&] { HandOver(window); });
+            run([&] { HandOver(); });
             return;
         }
         run([&] { StartRequestedRun(window); });
@@ -91,6 +84,9 @@ void ProcessParameters(frmMain& window) {
             run([&] { window.StartHidden(); });
         run([&] { gAppSettings->SaveSetting(kSection, kWindow, Variant(window.hWnd())); });
     });
+    // Also after an abort: a second instance that stayed would have no icon, and update by itself all the
+    // same.
+    if (gAlreadyRunning) EndApplication(window);
 }
 
 /// With windows, from the first to the last.

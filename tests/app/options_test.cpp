@@ -201,13 +201,11 @@ TEST_F(AnOptionsTab, KeepsTheFocusAndStoresNothingForAnIntervalThatIsNone) {
     }
 }
 
-// A text that was stored is refused without that the box ever had the focus; a page that it is not on has no
-// place for it.
+// A text that came from the settings is refused although the box never had the focus, and another page cannot
+// have it.
 TEST_F(AnOptionsTab, ShowsWhatItRefuses) {
-    Setting("Number", "abc");
     ShowInTheBox();
     auto* tabs = Find<QTabWidget>("tabUpdate");
-    Number()->setText("30");
     Box("chkSilent")->setFocus();
     Number()->setText("abc");
     Click("btnApply");
