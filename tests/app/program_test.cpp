@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <thread>
 
 #include "platform/named_mutex.h"
 #include "platform/text.h"
@@ -130,6 +131,21 @@ TEST_F(AProgramAlone, EndsAtOnceInTheMiddleOfARun) {
     EXPECT_THAT(OpenSessions(), IsEmpty());
     EXPECT_THAT(Column("SELECT ID FROM DownloadSessions"), SizeIs(2));
     EXPECT_THAT(Complaints(), IsEmpty());
+}
+
+TEST_F(AProgramAlone, EndsAtOnceWhileADatabaseIsLocked) {
+    server.Answer("/feed", {.body = Feed(Item("a", "l/a")), .delay = 200ms});
+    Subscribe({"/feed"});
+    auto program = Start({"--update"});
+    ASSERT_TRUE(IsAsked("/feed"));
+    Connection other;
+    other.DataSource(folder_ / "RSS.MDB");
+    other.BeginWrites();
+    // Without the message loop, in which the lock would be given up.
+    std::this_thread::sleep_for(600ms);
+    program.Signal(SIGTERM);
+    EXPECT_LT(TimeOf([&] { EXPECT_EQ(program.Wait(), 0); }), 2s);
+    EXPECT_EQ(Complaints(), "") << "nor does a window come up, which this platform would complain of";
 }
 
 // A notice for want of a connection, and the report of an error.
