@@ -31,6 +31,9 @@ protected:
     bool MainIsSeen() const {
         return Sees([](const XWindow& window) { return IsMain(window) && window.is_viewable; });
     }
+    bool MainIsIconic() const {
+        return Sees([](const XWindow& window) { return IsMain(window) && window.is_iconic; });
+    }
     testing::AssertionResult Soon(const std::function<bool()>& state) const {
         if (WaitUntil(state, 10s)) return testing::AssertionSuccess();
         auto failure = testing::AssertionFailure();
@@ -93,6 +96,22 @@ TEST_F(AProgramInATray, TellsThereOfARunAndOpensItsWindowFromThere) {
     EXPECT_TRUE(Soon([&] { return tray->Items().isEmpty(); }));
     EXPECT_EQ(Balloons().size(), 2U) << "of a run whose window is seen";
     EXPECT_THAT(OpenSessions(), IsEmpty());
+}
+
+TEST_F(AProgramInATray, ComesUpMinimisedWhereItsTrayStaysAway) {
+    auto program = Start({"/background"});
+    ASSERT_TRUE(Soon([&] { return HasIcon(); }));
+    Window();
+    tray.reset();
+    EXPECT_TRUE(Soon([&] { return MainIsIconic(); }));
+    tray.emplace();
+    EXPECT_TRUE(Soon([&] { return HasIcon() && !MainIsIconic(); }));
+    EXPECT_EQ(tray->Menu().size(), 7);
+    EXPECT_EQ(StatusOfStart(), 0);
+    EXPECT_TRUE(Soon([&] { return MainIsSeen(); })) << "asked for by a second start";
+    program.Signal(SIGTERM);
+    EXPECT_EQ(StatusOf(program, 2s), 0);
+    EXPECT_TRUE(Soon([&] { return tray->Items().isEmpty(); }));
 }
 
 TEST_F(AProgramInATray, LeavesItAtOnceWhenItIsTerminated) {
