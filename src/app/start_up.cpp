@@ -76,8 +76,8 @@ void ProcessParameters(frmMain& window) {
             return;
         }
         run([&] { StartRequestedRun(window); });
-        // It may have been closed in the middle of the run.
-        if (!window.IsLoaded()) return;
+        // It may have been closed in the middle of the run, or be about to be.
+        if (!window.IsLoaded() || TerminationSignalled()) return;
         if (gShowMainWindow)
             run([&] { window.Show(); });
         else
@@ -89,10 +89,16 @@ void ProcessParameters(frmMain& window) {
     if (gAlreadyRunning) EndApplication(window);
 }
 
+/// A signal cuts short what waits for a lock, and nobody is there to be told of that.
+std::int32_t ShowErrorUnlessEnding(const std::string& report, const std::string& support_mail) {
+    constexpr std::int32_t kAbort = 0;
+    return TerminationSignalled() ? kAbort : ShowErrorMessage(report, support_mail);
+}
+
 /// With windows, from the first to the last.
 int RunWindows() {
     const Application application;
-    UseErrorDialog(ShowErrorMessage);
+    UseErrorDialog(ShowErrorUnlessEnding);
     frmMain window([] { Application::Quit(); });
     const OnTerminationSignal signals([&](int) { window.Unload(); });
     Application::OnSessionEnd([&] { window.Unload(UnloadMode::kAppWindows); });

@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QEventLoop>
 #include <QGuiApplication>
+#include <QLayout>
 #include <QPointer>
 #include <QPushButton>
 #include <QScreen>
@@ -80,6 +81,13 @@ FormWindowState StateOf(std::int32_t command) {
 /// The largest that a screen may be; what lies beyond is nobody's intention.
 int Within16Bits(std::int64_t number) {
     return static_cast<int>(std::clamp<std::int64_t>(number, -32768, 32767));
+}
+
+/// A window that gets its size, or is given a place by QDialog, while it comes up comes up as a normal one.
+void SettleBeforeMinimized(QWidget& window) {
+    window.ensurePolished();
+    if (window.layout()) window.layout()->activate();
+    window.setAttribute(Qt::WA_Moved);
 }
 
 }  // namespace
@@ -245,6 +253,7 @@ ScreenRectangle Form::Desktop() const {
 void Form::setVisible(bool visible) {
     const bool comes_up = visible && !isVisible();
     const QPointer<Form> alive(this);
+    if (comes_up && state_to_come_ == FormWindowState::kMinimized) SettleBeforeMinimized(*this);
     if (comes_up && state_to_come_) ApplyWindowState(*state_to_come_);
     QDialog::setVisible(visible);
     if (!visible) EndModalShow();

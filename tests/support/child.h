@@ -35,6 +35,12 @@ public:
 
     void Signal(int signal) const { kill(id_, signal); }
 
+    bool HasEnded() const {
+        siginfo_t ended{};
+        return id_ <= 0 || (waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                            ended.si_pid == id_);
+    }
+
     /// The exit status; minus the signal's number when one ended it.
     int Wait() {
         int status = 0;

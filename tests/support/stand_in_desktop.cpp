@@ -108,6 +108,15 @@ QStringList StandInTray::Menu() const {
     return labels;
 }
 
+QStringList StandInTray::DisabledInMenu() const {
+    QStringList labels;
+    for (const auto& entry : MenuEntries()) {
+        const auto properties = entry.toList()[1].toMap();
+        if (!properties.value("enabled", true).toBool()) labels << properties["label"].toString();
+    }
+    return labels;
+}
+
 void StandInTray::ChooseFromMenu(const QString& label) const {
     const auto at = Menu().indexOf(label);
     const auto nothing = QVariant::fromValue(QDBusVariant(QString()));

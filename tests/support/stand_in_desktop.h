@@ -24,6 +24,7 @@ public:
     void Activate() const;
     /// The labels of its menu.
     QStringList Menu() const;
+    QStringList DisabledInMenu() const;
     void ChooseFromMenu(const QString& label) const;
 
 private:
