@@ -26,13 +26,15 @@ std::string At(const char* what) { return std::string(what) + " at " + DefaultTe
 
 void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
     if (dbu_ || !IsLoaded()) return;
-    if (!sys_tray_) CreateSysTrayIcon();
+    if (!Tray()) CreateSysTrayIcon();
     if (!IsInternetConnected()) return TellNoConnection();
     ShowRunning();
+    // What failed so far was shown, and anything may have happened meanwhile.
+    if (dbu_ || !IsLoaded()) return;
+    sibling_hangs_ = false;
     IgnoringErrors([&](Statements& run) {
         run([&] { RunUpdate(mode, id); });
-        if (!dbu_) return;
-        // Aborted in its middle; no other one could ever be started.
+        // Also where it was aborted in its middle: no other one could ever be started.
         run([&] { dbu_.reset(); });
         run([&] { ShowIdle(); });
     });
@@ -57,7 +59,6 @@ void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
             run([&] { ResetProgress(At("Downloading done")); });
             run([&] { TellOutcome(); });
         }
-        run([&] { dbu_.reset(); });
     });
 }
 
@@ -88,8 +89,8 @@ void frmMain::TellNoConnection() {
     IgnoringErrors([&](Statements& run) {
         const auto* text = "Sorry, the Internet connection is not available!";
         if (controls_->chkSilent->isChecked()) {
-            if (!isVisible() && sys_tray_)
-                run([&] { sys_tray_->ShowBalloonTip(text, gAppTitle, NIIF_INFO, kBalloonMs); });
+            if (!isVisible() && Tray())
+                run([&] { ShowBalloon(text, NIIF_INFO); });
             else
                 run([&] { ShowTimedMessage(text, gAppTitle, kNoticeSeconds); });
         }
@@ -99,21 +100,19 @@ void frmMain::TellNoConnection() {
 
 void frmMain::ShowRunning() {
     IgnoringErrors([&](Statements& run) {
-        if (!sys_tray_) return;
-        run([&] { sys_tray_->EnableMenuItem(menu_start_index_, false); });
-        run([&] { sys_tray_->EnableMenuItem(menu_exit_index_, false); });
-        run([&] { sys_tray_->EnableMenuItem(menu_stop_index_, true); });
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_start_index_, false); }); });
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_exit_index_, false); }); });
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_stop_index_, true); }); });
         if (GivesBalloons()) run([&] { ShowBalloon("News downloading started", NIIF_INFO); });
     });
 }
 
 void frmMain::ShowIdle() {
-    if (!sys_tray_) return;
-    sys_tray_->IconHandle(icon_);
-    sys_tray_->ToolTip(kTitle);
-    sys_tray_->EnableMenuItem(menu_start_index_, true);
-    sys_tray_->EnableMenuItem(menu_exit_index_, true);
-    sys_tray_->EnableMenuItem(menu_stop_index_, false);
+    WithTray([&](auto& tray) { tray.IconHandle(icon_); });
+    WithTray([&](auto& tray) { tray.ToolTip(kTitle); });
+    WithTray([&](auto& tray) { tray.EnableMenuItem(menu_start_index_, true); });
+    WithTray([&](auto& tray) { tray.EnableMenuItem(menu_exit_index_, true); });
+    WithTray([&](auto& tray) { tray.EnableMenuItem(menu_stop_index_, false); });
 }
 
 void frmMain::TellOutcome() {
@@ -134,7 +133,7 @@ void frmMain::TellOutcome() {
 bool frmMain::GivesBalloons() const { return !isVisible() && !controls_->chkSilent->isChecked(); }
 
 void frmMain::ShowBalloon(const std::string& text, std::uint32_t kind) {
-    if (sys_tray_) sys_tray_->ShowBalloonTip(text, kTitle, kind, kBalloonMs);
+    WithTray([&](auto& tray) { tray.ShowBalloonTip(text, kTitle, kind, kBalloonMs); });
 }
 
 void frmMain::ResetProgress(const std::string& text) {

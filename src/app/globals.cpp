@@ -1,5 +1,7 @@
 #include "app/globals.h"
 
+#include <iostream>
+
 #include "app/timed_message.h"
 #include "desktop/clipboard_format.h"
 #include "desktop/theme.h"
@@ -35,8 +37,14 @@ void CloseDataEnvironment() { data_environment.reset(); }
 
 bool IsAlreadyRunning() {
     // A mutex that cannot be made counts as one that nobody has.
-    IgnoringErrors(
-        [](Statements& run) { run([] { gMutexHandle = std::make_unique<NamedMutex>(kMutexName); }); });
+    const auto tell_and_go_on = [] {
+        std::cerr << "pellagod: another start of it will not find this one: " << Err().description
+                  << std::endl;
+        return Decision::kIgnore;
+    };
+    RunStatements(tell_and_go_on, [](Statements& run) {
+        run([] { gMutexHandle = std::make_unique<NamedMutex>(kMutexName); });
+    });
     if (!gMutexHandle || !gMutexHandle->AlreadyExisted()) return false;
     ReleaseAppMutex();
     return true;

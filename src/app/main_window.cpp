@@ -154,10 +154,7 @@ void frmMain::Form_Unload() {
         run([&] { CloseLinkCatcher(); });
         run([&] { tray_wait_.stop(); });
         run([&] { OnNotificationAreaChange(nullptr); });
-        run([&] {
-            if (sys_tray_) sys_tray_->Unload();
-        });
-        run([&] { sys_tray_.reset(); });
+        run([&] { WithTray([](auto& tray) { tray.Unload(); }); });
         run([&] { UnhookMessages(); });
         run([&] { update_timer_.reset(); });
         run([&] { ReleaseAppMutex(); });
@@ -177,7 +174,7 @@ void frmMain::btnHide_Click() {
 
 // Hidden without an icon in a tray it could not be found again.
 void frmMain::HideOrMinimize() {
-    if (sys_tray_ && NotificationAreaAvailable())
+    if (Tray() && NotificationAreaAvailable())
         Hide();
     else if (WindowState() != FormWindowState::kMinimized)
         WindowState(FormWindowState::kMinimized);
@@ -187,6 +184,11 @@ void frmMain::StartHidden() {
     // Somebody may have opened it in the middle of a run that came first.
     if (isVisible()) return;
     WindowState(FormWindowState::kMinimized);
+}
+
+void frmMain::WatchTray() {
+    if (!IsLoaded()) return;
+    OnNotificationAreaChange([this] { OnTrayChange(); });
     // The desktop's panel may be started after this program.
     if (!NotificationAreaAvailable()) tray_wait_.start();
 }

@@ -6,6 +6,7 @@
 #include "main_window_controls.h"
 #include "platform/named_mutex.h"
 #include "platform/text.h"
+#include "platform/thread_timer.h"
 #include "platform/window_messages.h"
 #include "progress_display.h"
 
@@ -28,6 +29,9 @@ void ShowStep(ProgressDisplay& display, const char* kind, const std::string& nam
         });
     });
 }
+
+/// Shorter than SendMessage waits for an answer.
+constexpr std::uint32_t kHangsMs = 4000;
 
 /// The sibling product reads the same database.
 bool SiblingRuns() { return NamedMutex("QZL_MUTEX").AlreadyExisted(); }
@@ -59,11 +63,11 @@ void frmMain::OnChannel(const std::string& name, std::int32_t index, std::int32_
 
 void frmMain::OnTimer(std::int32_t /*seconds*/) {
     IgnoringErrors([&](Statements& run) {
-        if (!sys_tray_) return;
+        if (!Tray()) return;
         const auto& frames = controls_->picTrayIcons;
         if (frame_ == frames.size()) frame_ = 0;
-        run([&] { sys_tray_->IconHandle(frames.at(frame_)); });
-        run([&] { sys_tray_->ToolTip("Downloading: " + provider_->Caption()); });
+        run([&] { WithTray([&](auto& tray) { tray.IconHandle(frames.at(frame_)); }); });
+        run([&] { WithTray([&](auto& tray) { tray.ToolTip("Downloading: " + provider_->Caption()); }); });
         ++frame_;
     });
 }
@@ -71,15 +75,20 @@ void frmMain::OnTimer(std::int32_t /*seconds*/) {
 void frmMain::OnChannelError(const std::string& feed_url, std::int32_t channel_id,
                              const std::string& channel_name, const std::string& error_text) {
     if (!channel_error_list_) return;
-    channel_error_list_->push_back(feed_url + '\t' + std::to_string(channel_id) + '\t' + channel_name + '\t' +
-                                   error_text);
+    const auto field = [](const std::string& text) { return Replace(text, "\t", " "); };
+    channel_error_list_->push_back(field(feed_url) + '\t' + std::to_string(channel_id) + '\t' +
+                                   field(channel_name) + '\t' + field(error_text));
 }
 
 void frmMain::OnChannelDone(const Variant& /*name*/, std::int32_t channel_id) {
     IgnoringErrors([&](Statements& run) {
-        if (!run([] { return SiblingRuns(); })) return;
+        if (sibling_hangs_ || !run([] { return SiblingRuns(); })) return;
         const auto window = run([] { return SiblingWindow(); });
-        if (window != 0) run([&] { SendMessage(window, WM_CMD_UPDATE_CHANNEL, channel_id, 0); });
+        if (window == 0) return;
+        const auto sent = GetTickCount();
+        run([&] { SendMessage(window, WM_CMD_UPDATE_CHANNEL, channel_id, 0); });
+        // One that does not answer would hold up every channel of the run for as long.
+        sibling_hangs_ = GetTickCount() - sent >= kHangsMs;
     });
 }
 

@@ -11,6 +11,7 @@
 #include "desktop/application.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "platform/data/connection.h"
 #include "platform/process.h"
 #include "platform/termination_signal.h"
 #include "platform/text.h"
@@ -24,7 +25,7 @@ constexpr const char* kWindow = "hWnd";
 
 bool Names(const std::vector<std::string>& arguments, const std::string& name) {
     return std::any_of(arguments.begin(), arguments.end(), [&](const auto& argument) {
-        return argument == "--" + name || argument == '/' + name;
+        return EqualNoCase(argument, "--" + name) || EqualNoCase(argument, '/' + name);
     });
 }
 
@@ -69,6 +70,8 @@ void StartRequestedRun(frmMain& window) {
         window.StartUpdate(update_mode::kChannel, gChannelID);
 }
 
+bool IsEnding(const frmMain& window) { return TerminationSignalled() || !window.IsLoaded(); }
+
 void ProcessParameters(frmMain& window) {
     Guarded("Corvane.mGlobals.ProcessParameters", [&](Statements& run) {
         if (gAlreadyRunning) {
@@ -77,7 +80,7 @@ void ProcessParameters(frmMain& window) {
         }
         run([&] { StartRequestedRun(window); });
         // It may have been closed in the middle of the run, or be about to be.
-        if (!window.IsLoaded() || TerminationSignalled()) return;
+        if (IsEnding(window)) return;
         if (gShowMainWindow)
             run([&] { window.Show(); });
         else
@@ -89,17 +92,28 @@ void ProcessParameters(frmMain& window) {
     if (gAlreadyRunning) EndApplication(window);
 }
 
-/// A signal cuts short what waits for a lock, and nobody is there to be told of that.
-std::int32_t ShowErrorUnlessEnding(const std::string& report, const std::string& support_mail) {
+/// The end cuts short what waits for a lock, and nobody is there to be told of that.
+std::int32_t ShowErrorUnlessEnding(const frmMain& window, const std::string& report,
+                                   const std::string& support_mail) {
     constexpr std::int32_t kAbort = 0;
-    return TerminationSignalled() ? kAbort : ShowErrorMessage(report, support_mail);
+    return IsEnding(window) ? kAbort : ShowErrorMessage(report, support_mail);
+}
+
+/// What can be done while another program keeps the database locked.
+bool GoOnWaiting(frmMain& window) {
+    ServeMessages();
+    if (window.isVisible()) window.repaint();
+    return window.IsLoaded();
 }
 
 /// With windows, from the first to the last.
 int RunWindows() {
     const Application application;
-    UseErrorDialog(ShowErrorUnlessEnding);
     frmMain window([] { Application::Quit(); });
+    UseErrorDialog([&](const std::string& report, const std::string& support_mail) {
+        return ShowErrorUnlessEnding(window, report, support_mail);
+    });
+    OnLockWait([&] { return GoOnWaiting(window); });
     const OnTerminationSignal signals([&](int) { window.Unload(); });
     Application::OnSessionEnd([&] { window.Unload(UnloadMode::kAppWindows); });
     window.Load();
@@ -109,6 +123,7 @@ int RunWindows() {
     const int status = Application::Run();
     window.Unload();
     Application::OnSessionEnd(nullptr);
+    OnLockWait(nullptr);
     CloseDataEnvironment();
     UseErrorDialog(nullptr);
     return status;

@@ -7,29 +7,36 @@
 
 namespace pellago {
 
+frmSysTray* frmMain::Tray() const { return sys_tray_ && sys_tray_->IsLoaded() ? sys_tray_.get() : nullptr; }
+
 void frmMain::CreateSysTrayIcon() {
     Guarded("Corvane.frmMain.CreateSysTrayIcon", [&](Statements& run) {
         frmSysTrayEvents& events = *this;
         run([&] { sys_tray_ = std::make_unique<frmSysTray>(events); });
         run([&] { sys_tray_->Load(); });
-        run([&] { sys_tray_->IconHandle(icon_); });
-        run([&] { sys_tray_->ToolTip("Pellago"); });
-        run([&] { sys_tray_->AddMenuItem("Open Pellago", "open", true); });
-        run([&] { menu_catcher_index_ = sys_tray_->AddMenuItem("RSS Link Catcher", "rsscatcher", false); });
-        run([&] { sys_tray_->AddMenuItem("-", "", false); });
-        run([&] { menu_start_index_ = sys_tray_->AddMenuItem("Start downloading", "start", false); });
-        run([&] { menu_stop_index_ = sys_tray_->AddMenuItem("Stop downloading", "stop", false); });
-        run([&] { sys_tray_->AddMenuItem("-", "", false); });
-        run([&] { menu_exit_index_ = sys_tray_->AddMenuItem("Exit", "exit", false); });
-        run([&] { sys_tray_->EnableMenuItem(menu_stop_index_, false); });
-        run([&] { OnNotificationAreaChange([this] { OnTrayChange(); }); });
+        run([&] { WithTray([&](auto& tray) { tray.IconHandle(icon_); }); });
+        run([&] { WithTray([](auto& tray) { tray.ToolTip("Pellago"); }); });
+        const auto add = [&](const char* caption, const char* key, bool is_default = false) {
+            std::int32_t index = 0;
+            run([&] { WithTray([&](auto& tray) { index = tray.AddMenuItem(caption, key, is_default); }); });
+            return index;
+        };
+        add("Open Pellago", "open", true);
+        menu_catcher_index_ = add("RSS Link Catcher", "rsscatcher");
+        add("-", "");
+        menu_start_index_ = add("Start downloading", "start");
+        menu_stop_index_ = add("Stop downloading", "stop");
+        add("-", "");
+        menu_exit_index_ = add("Exit", "exit");
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_stop_index_, false); }); });
+        run([&] { WatchTray(); });
     });
 }
 
 void frmMain::SysTrayMouseDown(std::int32_t button) {
     constexpr std::int32_t kRight = 2;
     IgnoringErrors([&](Statements& run) {
-        if (button == kRight) run([&] { sys_tray_->ShowMenu(); });
+        if (button == kRight) run([&] { WithTray([](auto& tray) { tray.ShowMenu(); }); });
     });
 }
 
@@ -59,8 +66,11 @@ void frmMain::MenuClick(std::int32_t /*index*/, const std::string& key) {
                 if (AskWhetherToClose()) Unload();
             });
         } else if (key == "rsscatcher") {
-            const bool open = run([&] { return sys_tray_->IsMenuItemChecked(menu_catcher_index_); });
-            run([&] { open ? CloseLinkCatcher() : OpenLinkCatcher(); });
+            run([&] {
+                WithTray([&](auto& tray) {
+                    tray.IsMenuItemChecked(menu_catcher_index_) ? CloseLinkCatcher() : OpenLinkCatcher();
+                });
+            });
         }
     });
 }
@@ -70,15 +80,13 @@ void frmMain::OpenLinkCatcher() {
         run([&] { link_catcher_ = std::make_unique<frmRSSLinkCatcher>([this] { CloseLinkCatcher(); }); });
         run([&] { link_catcher_->Load(); });
         run([&] { link_catcher_->Show(); });
-        run([&] { sys_tray_->CheckMenuItem(menu_catcher_index_, true); });
+        run([&] { WithTray([&](auto& tray) { tray.CheckMenuItem(menu_catcher_index_, true); }); });
     });
 }
 
 void frmMain::CloseLinkCatcher() {
     IgnoringErrors([&](Statements& run) {
-        run([&] {
-            if (sys_tray_) sys_tray_->CheckMenuItem(menu_catcher_index_, false);
-        });
+        run([&] { WithTray([&](auto& tray) { tray.CheckMenuItem(menu_catcher_index_, false); }); });
         run([&] {
             if (link_catcher_) link_catcher_->Unload();
         });

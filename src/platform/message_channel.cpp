@@ -25,6 +25,7 @@
 #include "file_lock.h"
 #include "platform/process.h"
 #include "platform/run_time_error.h"
+#include "platform/termination_signal.h"
 #include "runtime_folder.h"
 
 namespace pellago {
@@ -212,7 +213,6 @@ MessageChannel::MessageChannel(Receiver receiver) : state_(std::make_shared<Stat
     state_->Listen();
     state_->notifier = new QSocketNotifier(state_->events.Get(), QSocketNotifier::Read, application);
     const auto serve = [channel = std::weak_ptr(state_)] {
-        // Held on to, since what is served may destroy the channel.
         if (const auto state = channel.lock()) state->ServeOne();
     };
     const auto close = [channel = std::weak_ptr(state_)] {
@@ -226,6 +226,12 @@ MessageChannel::MessageChannel(Receiver receiver) : state_(std::make_shared<Stat
 MessageChannel::~MessageChannel() { state_->Close(); }
 
 std::int32_t MessageChannel::Number() const { return state_->number; }
+
+void MessageChannel::Serve() const {
+    // Held on to, since what is served may destroy the channel.
+    const auto state = state_;
+    state->ServeOne();
+}
 
 std::int32_t RandomProcessNumber() {
     std::random_device random;
@@ -242,7 +248,7 @@ public:
     std::int32_t Send(const WindowMessage& message) {
         if (!Connect() || !PeerIsSameUser(peer_.Get()) || !SendPacket(peer_.Get(), message)) return 0;
         while (!HasAnswer(peer_.Get(), Remaining()))
-            if (Remaining() == 0ms && !HasAnswer(peer_.Get(), 0ms)) return 0;
+            if ((Remaining() == 0ms || TerminationSignalled()) && !HasAnswer(peer_.Get(), 0ms)) return 0;
         return ReceivePacket<std::int32_t>(peer_.Get()).value_or(0);
     }
 

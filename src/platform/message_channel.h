@@ -28,6 +28,8 @@ public:
     MessageChannel& operator=(const MessageChannel&) = delete;
 
     std::int32_t Number() const;
+    /// Takes in one thing that has arrived: a client, or the message of one that is there.
+    void Serve() const;
 
     struct State;
 

@@ -55,6 +55,10 @@ public:
         table_.at(hwnd) = Shared(std::move(procedure));
     }
 
+    void Serve() {
+        if (channel_) channel_->Serve();
+    }
+
     bool Owns(std::int32_t hwnd) const { return hwnd >> kWindowBits == number_; }
 
 private:
@@ -98,6 +102,8 @@ void Windows::OpenChannel() {
 }
 
 }  // namespace
+
+void ServeMessages() { OwnWindows().Serve(); }
 
 std::int32_t CreateWindowHandle(WindowProcedure procedure) { return OwnWindows().Add(std::move(procedure)); }
 

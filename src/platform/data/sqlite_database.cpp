@@ -13,7 +13,8 @@
 #include "platform/termination_signal.h"
 #include "sqlite_error.h"
 
-namespace pellago::data {
+namespace pellago {
+namespace data {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -51,11 +52,18 @@ bool HasContent(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
-/// In steps that a termination signal can end. False gives up.
+std::function<bool()>& GoOnWaiting() {
+    static std::function<bool()> go_on;
+    return go_on;
+}
+
+bool ProgramEnds() { return TerminationSignalled() || (GoOnWaiting() && !GoOnWaiting()()); }
+
+/// In steps that the end of the program can cut short. False gives up.
 int WaitForLock(void* since, int steps) {
     auto& start = *static_cast<Clock::time_point*>(since);
     if (steps == 0) start = Clock::now();
-    const auto patience = TerminationSignalled() ? Clock::duration(kLastPatience) : kPatience;
+    const auto patience = ProgramEnds() ? Clock::duration(kLastPatience) : kPatience;
     if (Clock::now() - start >= patience) return 0;
     constexpr int kLongestStep = 25;  // milliseconds
     std::this_thread::sleep_for(std::chrono::milliseconds(std::min(steps + 1, kLongestStep)));
@@ -175,4 +183,8 @@ void Database::Rollback() {
 
 void Database::Raise(int code) const { throw StatementFailure(path_, handle_.get(), code); }
 
-}  // namespace pellago::data
+}  // namespace data
+
+void OnLockWait(std::function<bool()> go_on) { data::GoOnWaiting() = std::move(go_on); }
+
+}  // namespace pellago

@@ -81,6 +81,7 @@ private:
 
     // A desktop may have no tray, or lose it.
     void HideOrMinimize();
+    void WatchTray();
     void OnTrayChange();
     void ShowUnlessInTray();
 
@@ -90,6 +91,14 @@ private:
     void RunEngine(std::int32_t mode, std::int32_t id);
     bool IsInternetConnected() const;
     void TellNoConnection();
+    /// Null where there is no icon, as from an unload on.
+    frmSysTray* Tray() const;
+    /// Does something with the tray window, if it is there. To be asked anew in each statement: the window
+    /// may be unloaded inside any of them.
+    template <class Action>
+    void WithTray(Action action) const {
+        if (auto* tray = Tray()) action(*tray);
+    }
     void ShowRunning();
     void ShowIdle();
     void TellOutcome();
@@ -144,8 +153,8 @@ private:
     std::unique_ptr<ProgressDisplay> channel_;
     std::unique_ptr<ProgressDisplay> item_;
 
-    std::unique_ptr<CDBUpdate> dbu_;  ///< there exactly while a run is in progress
-    std::unique_ptr<frmSysTray> sys_tray_;
+    std::unique_ptr<CDBUpdate> dbu_;        ///< there exactly while a run is in progress
+    std::unique_ptr<frmSysTray> sys_tray_;  ///< stays when it is unloaded: its routines may be on the stack
     std::unique_ptr<frmRSSLinkCatcher> link_catcher_;
     std::optional<std::vector<std::string>> channel_error_list_;
     std::unique_ptr<cTimer> update_timer_;
@@ -159,6 +168,7 @@ private:
     std::size_t frame_ = 0;  ///< of the tray's animation, the next one
     QTimer tray_wait_;       ///< runs while a tray that is gone may still come back
     bool handling_balloon_ = false;
+    bool sibling_hangs_ = false;  ///< in this run
     bool asking_ = false;
 };
 

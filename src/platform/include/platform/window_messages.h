@@ -31,4 +31,8 @@ WindowProcedure SetWindowProcedure(std::int32_t hwnd, WindowProcedure procedure)
 /// still get the message later.
 std::int32_t SendMessage(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam);
 
+/// Takes in one message of another process, for those who wait in long calls; the message loop does not turn.
+/// To be called again and again.
+void ServeMessages();
+
 }  // namespace pellago
