@@ -10,6 +10,7 @@
 #include "infra/internet_connection.h"
 #include "infra/process_objects.h"
 #include "main_window_controls.h"
+#include "platform/process.h"
 #include "progress_display.h"
 
 namespace pellago {
@@ -37,6 +38,8 @@ void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
         // Also where it was aborted in its middle: no other one could ever be started.
         run([&] { dbu_.reset(); });
         run([&] { ShowIdle(); });
+        // The program may now wait for hours, with what the largest feed took.
+        run([] { ReturnFreeMemory(); });
     });
 }
 

@@ -61,6 +61,10 @@ void HandOver() {
         Forward({show});
 }
 
+void StoreWindow(const frmMain& window) {
+    gAppSettings->SaveSetting(kSection, kWindow, Variant(window.hWnd()));
+}
+
 void StartRequestedRun(frmMain& window) {
     if (gUpdateRequested)
         window.StartUpdate(update_mode::kAll, 0);
@@ -78,6 +82,8 @@ void ProcessParameters(frmMain& window) {
             run([&] { HandOver(); });
             return;
         }
+        // Other starts must find it in the middle of the run, too.
+        run([&] { StoreWindow(window); });
         run([&] { StartRequestedRun(window); });
         // It may have been closed in the middle of the run, or be about to be.
         if (IsEnding(window)) return;
@@ -85,7 +91,7 @@ void ProcessParameters(frmMain& window) {
             run([&] { window.Show(); });
         else
             run([&] { window.StartHidden(); });
-        run([&] { gAppSettings->SaveSetting(kSection, kWindow, Variant(window.hWnd())); });
+        run([&] { StoreWindow(window); });
     });
     // Also after an abort: a second instance that stayed would have no icon, and update by itself all the
     // same.

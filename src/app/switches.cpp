@@ -78,7 +78,13 @@ There is one instance only: a second start hands over what it was asked for, and
 )";
 
 void ReadSwitches(const std::vector<std::string>& arguments) {
-    IgnoringErrors([&](Statements& run) {
+    std::string name;
+    const auto tell_and_go_on = [&] {
+        std::cerr << "pellagod: the value of \"" << TerminalText(name)
+                  << "\" is passed over: " << Err().description << '\n';
+        return Decision::kIgnore;
+    };
+    RunStatements(tell_and_go_on, [&](Statements& run) {
         gCloseRequested = false;
         gProviderID = -1;
         gChannelID = -1;
@@ -88,8 +94,10 @@ void ReadSwitches(const std::vector<std::string>& arguments) {
         if (Trim(line).empty()) return;
         CCommandArgs parsed;
         run([&] { parsed.Init(line, kNameAndValue, kDelimiter, "="); });
-        for (std::int16_t index = 1; index <= parsed.Count(); ++index)
-            Act(run, LCase(Trim(parsed.Name(index))), parsed.Value(Variant(std::int32_t{index})));
+        for (std::int16_t index = 1; index <= parsed.Count(); ++index) {
+            name = LCase(Trim(parsed.Name(index)));
+            Act(run, name, parsed.Value(Variant(std::int32_t{index})));
+        }
     });
 }
 

@@ -1,5 +1,6 @@
 #include "platform/process.h"
 
+#include <malloc.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -88,5 +89,7 @@ bool MakeFolder(const std::string& path) {
     if (fs::create_directories(path, failure)) fs::permissions(path, fs::perms::owner_all, failure);
     return fs::is_directory(path, failure);
 }
+
+void ReturnFreeMemory() { malloc_trim(0); }
 
 }  // namespace pellago

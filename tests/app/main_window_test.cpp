@@ -144,6 +144,7 @@ INSTANTIATE_TEST_SUITE_P(, AnOutcome,
                          testing::Values(Outcome{"visible show", kNone, kNone, kLogTwice},
                                          Outcome{"visible show failing", kNone, kErrors, kLogTwice},
                                          Outcome{"visible failing", kNone, kNone, kLogTwice},
+                                         Outcome{"visible silent show failing", kNone, kErrors, kLogTwice},
                                          Outcome{"visible show stopped", kNone, kNone, kErrorsThenLog},
                                          Outcome{"show", kDone, kNone, kLogTwice},
                                          Outcome{"show failing", kDoneWithErrors, kNone, kErrorsThenLog},
@@ -157,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(, AnOutcome,
                              return name;
                          });
 
-// The errors are looked at in the middle of the run, so that nothing is left to tell at its end.
+// The errors are looked at in the middle of the run, so that nothing is left to tell at its end but that.
 TEST_F(AMainWindow, TellsTheEndByANoticeWhenItsErrorsWereSeenMeanwhile) {
     Feeds({"dead", "slow"});
     Show();
@@ -166,6 +167,12 @@ TEST_F(AMainWindow, TellsTheEndByANoticeWhenItsErrorsWereSeenMeanwhile) {
     DuringFeed("slow", [&] { Click("cmdLog"); });
     Click("cmdUpdate");
     EXPECT_THAT(modals, ElementsAre("frmChannelErrors", StartsWith("News downloading done at ")));
+    DuringFeed("slow", [&] {
+        Click("cmdLog");
+        window->Hide();
+    });
+    Click("cmdUpdate");
+    EXPECT_THAT(Balloons(), ElementsAre("1 News downloading done"));
 }
 
 TEST_F(AMainWindow, GivesUpWithoutAConnection) {
@@ -252,13 +259,51 @@ TEST_F(AMainWindow, KeepsTheProgramUsableWhenTheDatabaseIsNot) {
         EXPECT_THAT(reports, SizeIs(testing::Ge(1U)));
         EXPECT_THAT(reports.at(0), AllOf(HasSubstr("Corvane.frmMain.InitDBObjects"), HasSubstr(name)));
         EXPECT_EQ(Entries(), kIdleMenu);
-        // Stopped while the error is shown, the engine does not begin.
+        EXPECT_THAT(Status(), StartsWith("Downloading done at "));
     }
+    // Stopped while the error is shown, the engine does not begin.
+    UseErrorDialog([&](const std::string& report, const std::string&) {
+        reports.push_back(report);
+        window->StopUpdate();
+        return 2;
+    });
+    reports.clear();
+    Click("cmdUpdate");
+    EXPECT_THAT(reports, testing::Each(HasSubstr("InitDBObjects")));
+    EXPECT_THAT(Status(), StartsWith("Downloading canceled at "));
     reports.clear();
     Setting("RSSDS", folder_ / "RSS.MDB");
     Click("cmdUpdate");
     EXPECT_THAT(reports, IsEmpty());
     EXPECT_THAT(Titles(), SizeIs(1));
+}
+
+// Closed from inside the error's dialog, with the answer that goes on with the next statement: in the balloon
+// of the start, and in the animation.
+TEST_F(AMainWindow, StandsBeingClosedWhileAnErrorOfItsIconIsShown) {
+    Feeds({"slow"});
+    server.Answer("/slow", {.body = Feed(""), .delay = 1300ms});
+    UseErrorDialog([&](const std::string& report, const std::string&) {
+        reports.push_back(report);
+        shell.before_call = nullptr;
+        Send(WM_CMD_CLOSE);
+        return 2;
+    });
+    std::size_t requests = 0;
+    for (const auto failing : {NIF_INFO, NIF_ICON}) {
+        Load();
+        reports.clear();
+        shell.before_call = [&](const auto& call) {
+            if (call.message == NIM_MODIFY && call.record.flags & failing)
+                throw RunTimeError(5, "", "no tray");
+        };
+        Click("cmdUpdate");
+        EXPECT_THAT(reports, SizeIs(1)) << failing;
+        EXPECT_FALSE(window->IsLoaded());
+        EXPECT_EQ(shell.IconCount(), 0U);
+        EXPECT_EQ(server.Requests("/slow"), requests++) << "a run that has not begun does not begin any more";
+    }
+    EXPECT_EQ(gone, 2);
 }
 
 TEST_F(AMainWindow, AnimatesItsIconFromRunToRun) {

@@ -11,6 +11,8 @@
 namespace pellago::test {
 namespace {
 
+constexpr const char* kEnded = "SELECT ID FROM DownloadSessions WHERE EndTime NOT NULL";
+
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -114,38 +116,52 @@ TEST_F(AProgramAlone, WhoseFirstWasKilledHasAFirstAgainAndNeverTwo) {
 
 TEST_F(AProgramAlone, EndsAtOnceInTheMiddleOfARun) {
     SubscribeToAStalledFeed();
-    auto terminated = Start({"--update"});
-    ASSERT_TRUE(IsAsked("/stalled"));
-    terminated.Signal(SIGTERM);
-    EXPECT_EQ(StatusOf(terminated, 2s), 0);
-    EXPECT_THAT(OpenSessions(), IsEmpty());
+    for (const std::size_t run : {1U, 2U}) {
+        auto program = Start({"--update"});
+        ASSERT_TRUE(IsAsked("/stalled", run));
+        if (run == 1)
+            program.Signal(SIGTERM);
+        else
+            EXPECT_EQ(StatusOfStart({"--close"}), 0);
+        EXPECT_EQ(StatusOf(program, 2s), 0) << run;
+        EXPECT_THAT(OpenSessions(), IsEmpty());
+    }
 
+    const auto before = Window();
     auto closed = Start({"/background"});
-    const auto window = Window();
+    const auto window = Window(before);
     ASSERT_EQ(SendMessage(window, WM_CMD_UPDATE_ALL, 0, 0), 0);
-    ASSERT_TRUE(IsAsked("/stalled", 2));
+    ASSERT_TRUE(IsAsked("/stalled", 3));
     for (int twice = 0; twice < 2; ++twice)
         EXPECT_EQ(SendMessage(window, WM_CMD_CLOSE_IF_IDLE, 7, 0), -7) << "and stays";
     SendMessage(window, WM_CMD_CLOSE, 0, 0);
     EXPECT_EQ(StatusOf(closed, 2s), 0);
     EXPECT_THAT(OpenSessions(), IsEmpty());
-    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions"), SizeIs(2));
+    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions"), SizeIs(3));
     EXPECT_THAT(Complaints(), IsEmpty());
 }
 
 TEST_F(AProgramAlone, EndsAtOnceWhileADatabaseIsLocked) {
     server.Answer("/feed", {.body = Feed(Item("a", "l/a")), .delay = 200ms});
     Subscribe({"/feed"});
-    auto program = Start({"--update"});
-    ASSERT_TRUE(IsAsked("/feed"));
     Connection other;
     other.DataSource(folder_ / "RSS.MDB");
-    other.BeginWrites();
-    // Without the message loop, in which the lock would be given up.
-    std::this_thread::sleep_for(600ms);
-    program.Signal(SIGTERM);
-    EXPECT_LT(TimeOf([&] { EXPECT_EQ(program.Wait(), 0); }), 2s);
-    EXPECT_EQ(Complaints(), "") << "nor does a window come up, which this platform would complain of";
+    std::int32_t window = 0;
+    for (const bool by_signal : {true, false}) {
+        auto program = Start({"--update"});
+        window = Window(window);
+        ASSERT_TRUE(IsAsked("/feed", by_signal ? 1 : 2));
+        other.BeginWrites();
+        // Without the message loop, in which the lock would be given up.
+        std::this_thread::sleep_for(600ms);
+        if (by_signal)
+            program.Signal(SIGTERM);
+        else
+            SendMessage(window, WM_CMD_CLOSE, 0, 0);
+        EXPECT_LT(TimeOf([&] { EXPECT_EQ(program.Wait(), 0); }), 2s) << by_signal;
+        other.CommitWrites();
+        EXPECT_EQ(Complaints(), "") << "nor does a window come up, which this platform would complain of";
+    }
 }
 
 // A notice for want of a connection, and the report of an error.
@@ -223,8 +239,7 @@ TEST_F(AProgramAlone, StartsWithoutAFolderForWhatRuns) {
     const EnvVar runtime("XDG_RUNTIME_DIR", folder_ / "RSS.MDB");
     SubscribeToThree();
     auto program = Start({"--update"});
-    Window();
-    EXPECT_THAT(Column("SELECT ID FROM DownloadSessions WHERE EndTime NOT NULL"), SizeIs(1));
+    EXPECT_TRUE(WaitUntil([&] { return Column(kEnded).size() == 1; }));
     EXPECT_EQ(StatusOfStart({"--close"}), 0);
     EXPECT_FALSE(program.HasEnded());
     program.Signal(SIGTERM);

@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QMenu>
 #include <QPointer>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -83,7 +84,11 @@ public:
         NotificationAreaChanged();
     }
 
+    /// Called first thing for each call, and may throw.
+    std::function<void(const Call&)> before_call;
+
     bool Notify(std::uint32_t message, const NotificationRecord& record) override {
+        if (before_call) before_call({message, record});
         calls_.push_back({message, record});
         const std::pair key(record.hwnd, record.id);
         if (icons_.contains(key) == (message == NIM_ADD)) return false;

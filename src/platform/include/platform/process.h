@@ -44,4 +44,7 @@ std::string UserFolder(const char* variable, std::string_view below_home);
 /// afterwards.
 bool MakeFolder(const std::string& path);
 
+/// Gives the memory that is free back to the system, which the run time would keep for later.
+void ReturnFreeMemory();
+
 }  // namespace pellago
