@@ -81,6 +81,7 @@ MainWindowControls::MainWindowControls(Form& window)
     layout->addLayout(buttons);
     tabUpdate->setMinimumWidth(window.fontMetrics().averageCharWidth() * kWidth);
     layout->setSizeConstraint(QLayout::SetFixedSize);
+    cmdUpdate->setFocus();
 }
 
 QWidget* MainWindowControls::DownloadPage() {
