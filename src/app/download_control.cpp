@@ -51,6 +51,7 @@ void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
     Guarded("Corvane.frmMain.StartUpdate", [&](Statements& run) {
         CDBUpdateEvents& events = *this;
         run([&] { dbu_ = std::make_unique<CDBUpdate>(events); });
+        if (!dbu_) return;
         run([&] { channel_error_list_.emplace(); });
         run([&] { InitDBObjects(*dbu_); });
         run([&] { RunEngine(mode, id); });
