@@ -1,4 +1,5 @@
 #include <QCheckBox>
+#include <utility>
 
 #include "app/channel_errors.h"
 #include "app/globals.h"
@@ -26,7 +27,8 @@ std::string At(const char* what) { return std::string(what) + " at " + DefaultTe
 }  // namespace
 
 void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
-    if (dbu_ || !IsLoaded()) return;
+    // Begun inside the question whether to close, it would keep the answer from being heard.
+    if (dbu_ || asking_ || !IsLoaded()) return;
     if (!Tray()) CreateSysTrayIcon();
     if (!IsInternetConnected()) return TellNoConnection();
     ShowRunning();
@@ -103,6 +105,7 @@ void frmMain::TellNoConnection() {
 }
 
 void frmMain::ShowRunning() {
+    shows_running_ = true;
     IgnoringErrors([&](Statements& run) {
         run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_start_index_, false); }); });
         run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_exit_index_, false); }); });
@@ -112,6 +115,7 @@ void frmMain::ShowRunning() {
 }
 
 void frmMain::ShowIdle() {
+    if (!std::exchange(shows_running_, false)) return;
     WithTray([&](auto& tray) { tray.IconHandle(icon_); });
     WithTray([&](auto& tray) { tray.ToolTip(kTitle); });
     WithTray([&](auto& tray) { tray.EnableMenuItem(menu_start_index_, true); });

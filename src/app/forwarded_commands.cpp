@@ -54,7 +54,7 @@ void frmMain::StartTimer(std::int32_t interval) {
 
 void frmMain::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
     IgnoringErrors([&](Statements& run) {
-        // A run that began inside the question would keep its answer from being heard until the run's end.
+        // The command waits for the answer; a run would not let it be heard.
         if (asking_) return run([&] { StartTimer(kDeferMs); });
         run([&] { update_timer_.reset(); });
         if (!dbu_) run([&] { RunPending(); });

@@ -30,8 +30,8 @@ void ShowStep(ProgressDisplay& display, const char* kind, const std::string& nam
     });
 }
 
-/// Shorter than SendMessage waits for an answer.
-constexpr std::uint32_t kHangsMs = 4000;
+/// As long as SendMessage waits for an answer.
+constexpr std::uint32_t kHangsMs = 5000;
 
 /// The sibling product reads the same database.
 bool SiblingRuns() { return NamedMutex("QZL_MUTEX").AlreadyExisted(); }

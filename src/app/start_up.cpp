@@ -11,7 +11,7 @@
 #include "desktop/application.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
-#include "platform/data/connection.h"
+#include "platform/long_wait.h"
 #include "platform/process.h"
 #include "platform/termination_signal.h"
 #include "platform/text.h"
@@ -66,6 +66,9 @@ void StoreWindow(const frmMain& window) {
 }
 
 void StartRequestedRun(frmMain& window) {
+    if (!gUpdateRequested && gProviderID <= 0 && gChannelID <= 0) return;
+    // Other starts must find it in the middle of the run. That it cannot be stored is told afterwards.
+    IgnoringErrors([&](Statements& run) { run([&] { StoreWindow(window); }); });
     if (gUpdateRequested)
         window.StartUpdate(update_mode::kAll, 0);
     else if (gProviderID > 0)
@@ -82,8 +85,6 @@ void ProcessParameters(frmMain& window) {
             run([&] { HandOver(); });
             return;
         }
-        // Other starts must find it in the middle of the run, too.
-        run([&] { StoreWindow(window); });
         run([&] { StartRequestedRun(window); });
         // It may have been closed in the middle of the run, or be about to be.
         if (IsEnding(window)) return;
@@ -105,7 +106,7 @@ std::int32_t ShowErrorUnlessEnding(const frmMain& window, const std::string& rep
     return IsEnding(window) ? kAbort : ShowErrorMessage(report, support_mail);
 }
 
-/// What can be done while another program keeps the database locked.
+/// What can be done while another program keeps this one waiting.
 bool GoOnWaiting(frmMain& window) {
     ServeMessages();
     if (window.isVisible()) window.repaint();
@@ -119,7 +120,7 @@ int RunWindows() {
     UseErrorDialog([&](const std::string& report, const std::string& support_mail) {
         return ShowErrorUnlessEnding(window, report, support_mail);
     });
-    OnLockWait([&] { return GoOnWaiting(window); });
+    OnLongWait([&] { return GoOnWaiting(window); });
     const OnTerminationSignal signals([&](int) { window.Unload(); });
     Application::OnSessionEnd([&] { window.Unload(UnloadMode::kAppWindows); });
     window.Load();
@@ -129,7 +130,7 @@ int RunWindows() {
     const int status = Application::Run();
     window.Unload();
     Application::OnSessionEnd(nullptr);
-    OnLockWait(nullptr);
+    OnLongWait(nullptr);
     CloseDataEnvironment();
     UseErrorDialog(nullptr);
     return status;

@@ -23,9 +23,9 @@
 
 #include "descriptor.h"
 #include "file_lock.h"
+#include "platform/long_wait.h"
 #include "platform/process.h"
 #include "platform/run_time_error.h"
-#include "platform/termination_signal.h"
 #include "runtime_folder.h"
 
 namespace pellago {
@@ -35,6 +35,8 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kPatience = 5s;
+/// After so long it is asked whether to go on waiting.
+constexpr std::chrono::milliseconds kStep = 25ms;
 constexpr std::string_view kFilePrefix = "messages-";
 /// Connections that the kernel keeps for a process that does not accept them.
 constexpr int kBacklog = 64;
@@ -247,8 +249,8 @@ public:
 
     std::int32_t Send(const WindowMessage& message) {
         if (!Connect() || !PeerIsSameUser(peer_.Get()) || !SendPacket(peer_.Get(), message)) return 0;
-        while (!HasAnswer(peer_.Get(), Remaining()))
-            if ((Remaining() == 0ms || TerminationSignalled()) && !HasAnswer(peer_.Get(), 0ms)) return 0;
+        while (!HasAnswer(peer_.Get(), std::min(Remaining(), kStep)))
+            if ((Remaining() == 0ms || !LongWaitGoesOn()) && !HasAnswer(peer_.Get(), 0ms)) return 0;
         return ReceivePacket<std::int32_t>(peer_.Get()).value_or(0);
     }
 

@@ -211,7 +211,15 @@ TEST_F(AMainWindow, AsksBeforeItsCloseBoxEndsItAndRefusesDuringARun) {
     Feeds({"slow"});
     Show();
     answer = MessageBoxAnswer::kNo;
+    during_box = [&] {
+        shell.Choose("Start downloading");
+        Send(WM_CMD_UPDATE_ALL);
+        PumpFor(450ms);
+        EXPECT_EQ(server.Requests("/slow"), 0U) << "a run would keep the answer from being heard";
+    };
     EXPECT_FALSE(window->close());
+    during_box = nullptr;
+    EXPECT_TRUE(RunEnds()) << "the command has waited";
     DuringFeed("slow", [&] { EXPECT_FALSE(window->close()); });
     Click("cmdUpdate");
     EXPECT_TRUE(window->isVisible());
@@ -308,7 +316,7 @@ TEST_F(AMainWindow, StandsBeingClosedWhileAnErrorOfItsIconIsShown) {
 
 TEST_F(AMainWindow, AnimatesItsIconFromRunToRun) {
     Feeds({"a", "b"});
-    for (const auto* name : {"/a", "/b"}) server.Answer(name, {.body = Feed(""), .delay = 1300ms});
+    for (const auto* name : {"/a", "/b"}) server.Answer(name, {.body = Feed(""), .delay = 1200ms});
     Load();
     std::vector<std::int32_t> frames;
     for (int frame = 0; frame < 4; ++frame)

@@ -5,16 +5,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <thread>
 #include <utility>
 
 #include "platform/data/connection.h"
+#include "platform/long_wait.h"
 #include "platform/run_time_error.h"
-#include "platform/termination_signal.h"
 #include "sqlite_error.h"
 
-namespace pellago {
-namespace data {
+namespace pellago::data {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -22,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 // How long a lock of another process is waited for, and how long by a program that is to end: its last rows
 // should not be lost to a lock of a moment.
 constexpr std::chrono::seconds kPatience{10};
-constexpr std::chrono::milliseconds kLastPatience{100};
+constexpr std::chrono::milliseconds kLastPatience{500};
 
 /// `path` as the library's file address, for the options that only an address can carry.
 std::string ImmutableAddress(const std::string& path) {
@@ -52,19 +52,23 @@ bool HasContent(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
-std::function<bool()>& GoOnWaiting() {
-    static std::function<bool()> go_on;
-    return go_on;
+/// How much longer a lock is waited for; all waits of a program that is to end share the time that it has.
+Clock::duration Patience(Clock::time_point since) {
+    static std::optional<Clock::time_point> end_began;
+    const auto now = Clock::now();
+    if (LongWaitGoesOn()) {
+        end_began.reset();
+        return since + kPatience - now;
+    }
+    if (!end_began) end_began = now;
+    return *end_began + kLastPatience - now;
 }
-
-bool ProgramEnds() { return TerminationSignalled() || (GoOnWaiting() && !GoOnWaiting()()); }
 
 /// In steps that the end of the program can cut short. False gives up.
 int WaitForLock(void* since, int steps) {
     auto& start = *static_cast<Clock::time_point*>(since);
     if (steps == 0) start = Clock::now();
-    const auto patience = ProgramEnds() ? Clock::duration(kLastPatience) : kPatience;
-    if (Clock::now() - start >= patience) return 0;
+    if (Patience(start) <= Clock::duration::zero()) return 0;
     constexpr int kLongestStep = 25;  // milliseconds
     std::this_thread::sleep_for(std::chrono::milliseconds(std::min(steps + 1, kLongestStep)));
     return 1;
@@ -183,8 +187,4 @@ void Database::Rollback() {
 
 void Database::Raise(int code) const { throw StatementFailure(path_, handle_.get(), code); }
 
-}  // namespace data
-
-void OnLockWait(std::function<bool()> go_on) { data::GoOnWaiting() = std::move(go_on); }
-
-}  // namespace pellago
+}  // namespace pellago::data

@@ -170,6 +170,7 @@ private:
     bool handling_balloon_ = false;
     bool sibling_hangs_ = false;  ///< in this run
     bool asking_ = false;
+    bool shows_running_ = false;  ///< the menu, the icon and the tool tip
 };
 
 }  // namespace pellago

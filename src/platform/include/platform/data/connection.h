@@ -28,11 +28,6 @@ inline constexpr std::int32_t kStatementFailed = 3146;
 inline constexpr std::int32_t kConstraint = 3022;
 }  // namespace data_error
 
-/// Called every few milliseconds while a statement waits for the lock of another process, in the middle of
-/// whatever waits: it must not use a database. With the answer false the wait is as short as it is after a
-/// termination signal, 0.1 seconds in all. An empty function ends that.
-void OnLockWait(std::function<bool()> go_on);
-
 /// One connection to a database file. Shared by the recordsets and commands that use it.
 class Connection final {
 public:
