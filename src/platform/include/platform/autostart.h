@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What the user's session starts at log-in, after the Desktop Application Autostart Specification.
+// What the user's session starts at log-in, by the autostart folder that freedesktop.org describes.
 namespace pellago {
 
 /// Makes the session start `command` from the next log-in on: the file `name`.desktop in the user's autostart
