@@ -24,7 +24,6 @@ void frmMain::iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32
                 run([&] { ShowInFront(); });
                 break;
             case WM_CMD_CLOSE:
-                run([&] { StopUpdate(); });
                 run([&] { Unload(); });
                 break;
             case WM_CMD_CLOSE_IF_IDLE:
