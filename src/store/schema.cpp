@@ -77,8 +77,14 @@ INSERT OR IGNORE INTO ErrorMessages (ID, Message) VALUES
     (10, 'An error occurred while the items were stored.');
 )";
 
+// For the log of one channel, newest first.
+constexpr const char* kSecondSchema = R"(
+CREATE INDEX IF NOT EXISTS ChannelsChannel ON Channels (Channel);
+CREATE INDEX IF NOT EXISTS DownloadLogChannel ON DownloadLog (Channel, EventTime);
+)";
+
 /// What leads from each schema to the next; their count is the number of the present one.
-constexpr std::array kSteps = {kFirstSchema};
+constexpr std::array kSteps = {kFirstSchema, kSecondSchema};
 constexpr auto kSchemaNumber = static_cast<std::int32_t>(kSteps.size());
 
 std::int32_t SchemaNumber(Connection& connection) { return CLng(connection.Scalar("PRAGMA user_version")); }

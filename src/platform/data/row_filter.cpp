@@ -94,12 +94,23 @@ std::string LikePattern(const std::string& pattern) {
     return result;
 }
 
+/// "=", "<", ">", "<=" or ">="; empty when none of them follows.
+std::string Comparison(Reader& reader) {
+    for (const std::string sign : {"<", ">"})
+        if (reader.Skip(sign)) return sign + (reader.Skip("=") ? "=" : "");
+    return reader.Skip("=") ? "=" : "";
+}
+
 void AddComparison(Reader& reader, Condition& condition) {
     const auto parameter = [&] { return "?" + std::to_string(condition.values.size()); };
     condition.sql += reader.ColumnName();
-    if (reader.Skip("=")) {
+    if (const auto sign = Comparison(reader); !sign.empty()) {
+        if (sign == "=" && reader.Skip("Null")) {
+            condition.sql += " IS NULL";
+            return;
+        }
         condition.values.push_back(Value(reader));
-        condition.sql += " = " + parameter();
+        condition.sql.append(" ").append(sign).append(" ").append(parameter());
         return;
     }
     if (!reader.Skip("LIKE")) reader.Fail();

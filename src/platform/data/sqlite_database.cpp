@@ -64,28 +64,44 @@ Clock::duration Patience(Clock::time_point since) {
     return *end_began + kLastPatience - now;
 }
 
+void SleepStep(int steps) {
+    constexpr int kLongestStep = 25;  // milliseconds
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(steps + 1, kLongestStep)));
+}
+
 /// In steps that the end of the program can cut short. False gives up.
 int WaitForLock(void* since, int steps) {
     auto& start = *static_cast<Clock::time_point*>(since);
     if (steps == 0) start = Clock::now();
     if (Patience(start) <= Clock::duration::zero()) return 0;
-    constexpr int kLongestStep = 25;  // milliseconds
-    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(steps + 1, kLongestStep)));
+    SleepStep(steps);
     return 1;
 }
 
+// About a fifth of a millisecond's work.
+constexpr int kStepsBetweenQuestions = 10'000;
+
+bool GoesOn(void* goes_on) { return (*static_cast<std::function<bool()>*>(goes_on))(); }
+
 }  // namespace
 
-Database::Database(const std::string& path) : path_(path) {
-    RequireFile(path);
-    OpenFile(path, SQLITE_OPEN_READWRITE);
+Database::Database(const std::string& path) : path_(path) { OpenReadable(); }
+
+Database::Database(const std::string& path, std::function<bool()> goes_on)
+    : path_(path), goes_on_(std::move(goes_on)) {
+    OpenReadable();
+}
+
+void Database::OpenReadable() {
+    RequireFile(path_);
+    OpenFile(path_, SQLITE_OPEN_READWRITE);
     try {
         CheckReadable();
     } catch (const RunTimeError& error) {
         // In a folder that is closed to us no file can be put beside the database, which reading needs too,
         // unless the file is whole in itself and nobody writes to it.
-        if (error.Number() != data_error::kNotWritable || HasContent(path + "-wal")) throw;
-        OpenFile(ImmutableAddress(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        if (error.Number() != data_error::kNotWritable || HasContent(path_ + "-wal")) throw;
+        OpenFile(ImmutableAddress(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
         CheckReadable();
     }
     if (!ReadOnly()) SetJournal();
@@ -100,7 +116,22 @@ void Database::OpenFile(const std::string& file, int flags) {
     if (code != SQLITE_OK && handle && sqlite3_system_errno(handle) != 0)
         throw FileFailure(path_, sqlite3_system_errno(handle));
     Check(code);
-    Check(sqlite3_busy_handler(handle, WaitForLock, &waiting_since_));
+    SetWaiting(handle);
+}
+
+// Long waits, as the program's thread knows them, are for that thread alone.
+void Database::SetWaiting(sqlite3* handle) {
+    if (!goes_on_) {
+        Check(sqlite3_busy_handler(handle, WaitForLock, &waiting_since_));
+        return;
+    }
+    const auto wait = [](void* goes_on, int steps) {
+        SleepStep(steps);
+        return GoesOn(goes_on) ? 1 : 0;
+    };
+    Check(sqlite3_busy_handler(handle, wait, &goes_on_));
+    sqlite3_progress_handler(
+        handle, kStepsBetweenQuestions, [](void* goes_on) { return GoesOn(goes_on) ? 0 : 1; }, &goes_on_);
 }
 
 void Database::CheckReadable() {
@@ -136,6 +167,13 @@ std::unique_ptr<Statement> Database::Prepare(std::string_view sql, unsigned flag
 }
 
 std::vector<Row> Database::Run(Statement& statement, const std::vector<Variant>& values) {
+    std::vector<Row> rows;
+    ForEach(statement, values, [&](Row row) { rows.push_back(std::move(row)); });
+    return rows;
+}
+
+void Database::ForEach(Statement& statement, const std::vector<Variant>& values,
+                       const std::function<void(Row row)>& visit) {
     struct Reset {
         sqlite3_stmt* handle;
         ~Reset() {
@@ -144,7 +182,12 @@ std::vector<Row> Database::Run(Statement& statement, const std::vector<Variant>&
         }
     } const reset{statement.handle_.get()};
     Bind(statement, values);
-    return Rows(statement);
+    for (;;) {
+        const int code = sqlite3_step(statement.handle_.get());
+        if (code == SQLITE_DONE) return;
+        if (code != SQLITE_ROW) Raise(code);
+        visit(statement.TakeRow());
+    }
 }
 
 void Database::Bind(Statement& statement, const std::vector<Variant>& values) {
@@ -168,16 +211,6 @@ void Database::Bind(Statement& statement, const std::vector<Variant>& values) {
                                       SQLITE_UTF8));
         } else
             Check(sqlite3_bind_null(handle, index));
-    }
-}
-
-std::vector<Row> Database::Rows(Statement& statement) {
-    std::vector<Row> rows;
-    for (;;) {
-        const int code = sqlite3_step(statement.handle_.get());
-        if (code == SQLITE_DONE) return rows;
-        if (code != SQLITE_ROW) Raise(code);
-        rows.push_back(statement.TakeRow());
     }
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -57,6 +58,9 @@ class Database final {
 public:
     /// Opens an existing file, for reading alone where it cannot be written.
     explicit Database(const std::string& path);
+    /// The same for another thread than the program's. `goes_on` is asked often while a statement runs or
+    /// waits; false ends it.
+    Database(const std::string& path, std::function<bool()> goes_on);
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
@@ -67,6 +71,9 @@ public:
 
     /// Runs a statement to its end; no lock is left behind but that of an open transaction.
     std::vector<Row> Run(Statement& statement, const std::vector<Variant>& values);
+    /// The same, each row given to `visit` when it is found.
+    void ForEach(Statement& statement, const std::vector<Variant>& values,
+                 const std::function<void(Row row)>& visit);
 
     /// The key that the last insert gave its row.
     Variant LastKey() const { return Integer(sqlite3_last_insert_rowid(handle_.get())); }
@@ -78,12 +85,13 @@ public:
     void Rollback();
 
 private:
+    void OpenReadable();
     void OpenFile(const std::string& file, int flags);
+    void SetWaiting(sqlite3* handle);
     void CheckReadable();
     void SetJournal();
     std::unique_ptr<Statement> Prepare(std::string_view sql, unsigned flags, std::size_t& length);
     void Bind(Statement& statement, const std::vector<Variant>& values);
-    std::vector<Row> Rows(Statement& statement);
     [[noreturn]] void Raise(int code) const;
     void Check(int code) const {
         if (code != SQLITE_OK) Raise(code);
@@ -93,6 +101,7 @@ private:
         void operator()(sqlite3* handle) const { sqlite3_close(handle); }
     };
     std::string path_;
+    std::function<bool()> goes_on_;  ///< empty on the program's thread
     std::chrono::steady_clock::time_point waiting_since_;
     std::unique_ptr<sqlite3, Closer> handle_;
     // After handle_: statements go before the connection they belong to.

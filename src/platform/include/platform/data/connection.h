@@ -82,6 +82,7 @@ public:
 
 private:
     friend class Command;
+    friend class Keyset;
     friend class Recordset;
     struct State;
     std::unique_ptr<State> state_;

@@ -31,9 +31,9 @@ public:
     /// False also after its connection was closed. Any use but Open then throws data_error::kObjectClosed.
     bool IsOpen() const;
 
-    /// Conditions `column = value`, `column LIKE 'prefix*'` ("*" being any text), joined by AND; empty for
-    /// all rows. Moves before the first row. A filter that is not valid raises RunTimeError and leaves the
-    /// one before in force.
+    /// Conditions `column = value` (also <, >, <=, >=, and `= Null`), `column LIKE 'prefix*'` ("*" being any
+    /// text), joined by AND; empty for all rows. Moves before the first row. A filter that is not valid
+    /// raises RunTimeError and leaves the one before in force.
     const std::string& Filter() const;
     void Filter(const std::string& filter);
     /// Columns in brackets or bare, joined by commas; empty for the source's own order.
@@ -67,6 +67,7 @@ public:
 
 private:
     friend class Command;
+    friend struct BackgroundSelect;
     struct State;
     explicit Recordset(std::unique_ptr<State> state);
     std::unique_ptr<State> state_;
