@@ -1,0 +1,35 @@
+#include "column_drag.h"
+
+#include <QCoreApplication>
+#include <QDrag>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QWidget>
+
+namespace pellago {
+
+ColumnDrag::ColumnDrag(const QWidget* grid, const DraggedColumn& dragged) : grid_(grid), dragged_(dragged) {
+    // A drag without any format is refused by some desktops.
+    setData(QStringLiteral("application/x-pellago-grid-column"), {});
+}
+
+std::optional<DraggedColumn> ColumnDrag::In(const QMimeData* offered, const QWidget* grid) {
+    const auto* drag = dynamic_cast<const ColumnDrag*>(offered);
+    if (!drag || drag->grid_ != grid) return std::nullopt;
+    return drag->dragged_;
+}
+
+bool DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragged, const QPixmap& picture,
+                QPoint hot_spot) {
+    auto* drag = new QDrag(source);  // owned by the desktop's drag manager, which deletes it after the drag
+    // As the source's child it would be deleted with it, in the middle of exec().
+    drag->setParent(QCoreApplication::instance());
+    drag->setMimeData(new ColumnDrag(grid, dragged));  // owned by the drag
+    drag->setPixmap(picture);
+    drag->setHotSpot(hot_spot);
+    const auto taken = drag->exec(Qt::MoveAction) != Qt::IgnoreAction;
+    // A drag that is given up (Escape) ends with the button still down.
+    return !taken && !(QGuiApplication::mouseButtons() & Qt::LeftButton);
+}
+
+}  // namespace pellago
