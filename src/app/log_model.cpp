@@ -18,6 +18,7 @@ namespace pellago {
 namespace {
 
 constexpr const char* kKey = "DownloadLog.id";
+constexpr const char* kNewestFirst = "[EventTime] DESC";
 constexpr const char* kNoName = "<no name>";
 
 constexpr int kNewColumn = 3;
@@ -130,8 +131,8 @@ void LogModel::Fill(Section& section) {
             std::make_unique<RowGroups>(*rows_, FieldOf(group_columns_[column]), section.filter,
                                         [this, &section] { TakeGroups(section); });
     else
-        section.rows =
-            std::make_unique<Keyset>(*rows_, kKey, section.filter, [this, &section] { TakeRows(section); });
+        section.rows = std::make_unique<Keyset>(*rows_, kKey, section.filter, kNewestFirst,
+                                                [this, &section] { TakeRows(section); });
     section.unfolded = true;
 }
 

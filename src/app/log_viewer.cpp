@@ -22,10 +22,10 @@
 namespace pellago {
 namespace {
 
-constexpr QSize kSize(780, 480);
+constexpr QSize kSize(860, 500);
 
 /// Of the columns, in widths of a digit.
-constexpr std::array kWidths{24, 34, 40, 8, 10, 10};
+constexpr std::array kWidths{20, 25, 31, 7, 9, 9};
 
 std::vector<DataGrid::Field> Fields() {
     std::vector<DataGrid::Field> fields;

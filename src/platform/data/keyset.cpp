@@ -102,17 +102,20 @@ struct Keyset::State {
 };
 
 Keyset::Keyset(const Recordset& rows, const std::string& key, const std::string& filter,
-               std::function<void()> changed)
+               const std::string& order, std::function<void()> changed)
     : state_(std::make_unique<State>()) {
     const BackgroundSelect select(rows);
     const auto condition = select.Condition(filter);
     const auto source = WithKey(select.state.source, key);
+    const auto columns = data::ParseSort(order, *select.state.columns);
     state_->connection = select.state.connection;
     state_->page_query =
         "SELECT * FROM (" + source + "\n) WHERE " + kKeyName + " IN (" + Placeholders() + ")";
     state_->changed = std::move(changed);
     state_->query.emplace(
-        select.File(), std::string("SELECT ") + kKeyName + " FROM (" + source + "\n)" + Where(condition),
+        select.File(),
+        std::string("SELECT ") + kKeyName + " FROM (" + source + "\n)" + Where(condition) + " ORDER BY " +
+            columns + (columns.empty() ? "" : ", ") + kKeyName + " DESC",
         condition.values,
         [state = state_.get()](const data::BackgroundQuery::Answer& answer) { state->Take(answer); });
 }

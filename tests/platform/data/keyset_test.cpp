@@ -10,7 +10,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-const std::string kCarsByMaker = "SELECT Name, Built, Sold, Maker FROM Cars ORDER BY Maker DESC, ID";
+const std::string kCars = "SELECT Name, Built, Sold, Maker FROM Cars ORDER BY Name";
 const std::string kEndless =
     "SELECT Number FROM (WITH RECURSIVE c(Number) AS (SELECT 1 UNION ALL SELECT Number + 1 FROM c)"
     " SELECT Number FROM c)";
@@ -20,7 +20,7 @@ protected:
     AKeyset() { cars.Open(); }
 
     std::vector<std::string> Names(const std::string& filter) {
-        Keyset keys(cars, "ID", filter, [] {});
+        Keyset keys(cars, "ID", filter, "Maker DESC", [] {});
         EXPECT_TRUE(WaitUntil([&] { return keys.IsComplete(); })) << filter;
         std::vector<std::string> names;
         for (std::size_t at = 0; at < keys.Size(); ++at) names.push_back(CStr(keys.Row(at).at(0)));
@@ -40,13 +40,13 @@ protected:
         return keys.Failure() ? keys.Failure()->description : "";
     }
 
-    Recordset cars{connection, kCarsByMaker};
+    Recordset cars{connection, kCars};
 };
 
-TEST_F(AKeyset, ListsTheRowsOfAFilterInTheOrderOfTheSource) {
+TEST_F(AKeyset, ListsTheRowsOfAFilterInOrder) {
     connection->Execute("INSERT INTO Cars (ID, Maker, Name) VALUES (5000000000, 9, 'Dog')");
     cars.Filter("Maker = 1");
-    EXPECT_THAT(Names(""), ElementsAre("Dog", "Cat", "Ant", "Bee"));
+    EXPECT_THAT(Names(""), ElementsAre("Dog", "Cat", "Bee", "Ant"));
     EXPECT_THAT(Names("Sold = True AND Name >= 'B'"), ElementsAre("Cat"));
     EXPECT_THAT(Names("Built = Null AND Maker < 9"), ElementsAre("Bee"));
     EXPECT_THAT(Names("Built >= '2001-02-03' AND Built < '2001-02-04'"), ElementsAre("Ant"));
@@ -62,7 +62,7 @@ TEST_F(AKeyset, ReadsAPageOfRowsWhenOneIsAskedFor) {
         " INSERT INTO Cars (Name, Maker) SELECT 'car ' || n, -n FROM c");
     int statements = 0;
     connection->OnStatement([&](std::string_view) { ++statements; });
-    Keyset keys(cars, "ID", "", [] {});
+    Keyset keys(cars, "ID", "", "[Maker] DESC", [] {});
     ASSERT_TRUE(WaitUntil([&] { return keys.IsComplete(); }));
     EXPECT_EQ(keys.Size(), 5003U);
     EXPECT_EQ(statements, 0);
@@ -79,34 +79,41 @@ TEST_F(AKeyset, ReadsAPageOfRowsWhenOneIsAskedFor) {
 TEST_F(AKeyset, SeesWhatIsCommitted) {
     connection->BeginWrites();
     connection->Execute("INSERT INTO Cars (Name, Maker) VALUES ('Dog', 9)");
-    EXPECT_THAT(Names(""), ElementsAre("Cat", "Ant", "Bee"));
+    EXPECT_THAT(Names(""), ElementsAre("Cat", "Bee", "Ant"));
     connection->CommitWrites();
-    EXPECT_THAT(Names(""), ElementsAre("Dog", "Cat", "Ant", "Bee"));
+    EXPECT_THAT(Names(""), ElementsAre("Dog", "Cat", "Bee", "Ant"));
 }
 
-TEST_F(AKeyset, GrowsWhileItIsUsedAndEndsAtOnce) {
+TEST_F(AKeyset, GrowsWhileItIsUsed) {
+    connection->Execute(
+        "WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c WHERE n < 500000)"
+        " INSERT INTO Cars (ID) SELECT n * 3 FROM c WHERE n > 1");
+    std::vector<std::size_t> sizes;
+    Keyset keys(cars, "ID", "", "", [&] { sizes.push_back(keys.Size()); });
+    EXPECT_TRUE(WaitUntil([&] { return keys.Size() > 0; }));
+    EXPECT_FALSE(keys.IsComplete());
+    EXPECT_EQ(keys.Row(127).size(), 4U);
+    EXPECT_TRUE(WaitUntil([&] { return keys.IsComplete(); }));
+    EXPECT_EQ(sizes.front(), 128U);
+    EXPECT_EQ(sizes.back(), 500002U);
+}
+
+TEST_F(AKeyset, EndsAtOnceInTheMiddle) {
     Recordset numbers(connection, kEndless);
     numbers.Open();
-    Keyset endless(numbers, "Number", "", [] {});
-    std::optional<Keyset> nothing_found;
-    nothing_found.emplace(numbers, "Number", "Number < 0", [] {});
-    ASSERT_TRUE(WaitUntil([&] { return endless.Size() >= 128; }));
-    const auto size = endless.Size();
-    ASSERT_TRUE(WaitUntil([&] { return endless.Size() > size; }));
-    EXPECT_FALSE(endless.IsComplete());
-    EXPECT_LT(TimeOf([&] { nothing_found.reset(); }), std::chrono::milliseconds(500));
-
-    std::unique_ptr<Keyset> ends_itself;
-    ends_itself = std::make_unique<Keyset>(numbers, "Number", "", [&] { ends_itself.reset(); });
-    EXPECT_TRUE(WaitUntil([&] { return !ends_itself; }));
+    auto keys = std::make_unique<Keyset>(numbers, "Number", "Number < 0", "", [] {});
+    PumpFor(std::chrono::milliseconds(50));
+    EXPECT_LT(TimeOf([&] { keys.reset(); }), std::chrono::milliseconds(500));
+    keys = std::make_unique<Keyset>(cars, "ID", "", "", [&] { keys.reset(); });
+    EXPECT_TRUE(WaitUntil([&] { return !keys; }));
 }
 
 TEST_F(AKeyset, TellsWhyItFailed) {
     connection->Execute("ALTER TABLE Cars RENAME COLUMN Maker TO Brand");
-    Keyset changed(cars, "ID", "", [] {});
+    Keyset changed(cars, "ID", "", "", [] {});
     EXPECT_THAT(FailureOf(changed), testing::HasSubstr("Maker"));
     std::filesystem::remove(path);
-    Keyset gone(cars, "ID", "", [] {});
+    Keyset gone(cars, "ID", "", "", [] {});
     EXPECT_THAT(FailureOf(gone), testing::HasSubstr("cars.db"));
     EXPECT_EQ(gone.Size(), 0U);
 }

@@ -14,15 +14,15 @@
 // destroy what calls it.
 namespace pellago {
 
-/// The rows of a recordset as a list of any length, in the order of its source. Their keys are gathered in
-/// the background; the rows are read by their keys, some at a time, when they are asked for.
+/// The rows of a recordset as a list of any length. Their keys are gathered in the background; the rows are
+/// read by their keys, some at a time, when they are asked for.
 class Keyset final {
 public:
-    /// Of the rows that `filter` lets through, whatever the recordset's own filter and sort are. `key` is
-    /// what tells the rows apart, a whole number, in terms of the source's tables. `changed` is called when
-    /// more keys are there, and at the end. Throws RunTimeError when the recordset is closed or the filter
-    /// not valid.
-    Keyset(const Recordset& rows, const std::string& key, const std::string& filter,
+    /// Of the rows that `filter` lets through, sorted as `order` says and, where that does not decide, the
+    /// highest key first, whatever the recordset's own filter and sort are. `key` is what tells the rows
+    /// apart, a whole number, in terms of the source's tables. `changed` is called when more keys are there,
+    /// and at the end. Throws RunTimeError when the recordset is closed, or filter or order are not valid.
+    Keyset(const Recordset& rows, const std::string& key, const std::string& filter, const std::string& order,
            std::function<void()> changed);
     ~Keyset();
     Keyset(const Keyset&) = delete;
