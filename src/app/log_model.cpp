@@ -81,6 +81,7 @@ struct LogModel::Section {
     std::unique_ptr<Keyset> rows;
     std::size_t shown_rows = 0;
 
+    bool IsSearched() const { return counting || (rows && !rows->IsComplete()); }
     std::size_t Inner() const { return groups.empty() ? shown_rows : ends.back(); }
     std::size_t Visible() const { return (level < 0 ? 0 : 1) + Inner(); }
     std::size_t Start() const {
@@ -140,6 +141,7 @@ void LogModel::TakeRows(Section& section) {
     const auto size = section.rows->Size();
     if (section.rows->Failure()) failure_ = section.rows->Failure()->description;
     Insert(section, size - section.shown_rows, [&] { section.shown_rows = size; });
+    TellHeader(section);
     changed_();
 }
 
@@ -161,7 +163,14 @@ void LogModel::TakeGroups(Section& section) {
         section.groups = std::move(groups);
         section.CountGroups();
     });
+    TellHeader(section);
     changed_();
+}
+
+void LogModel::TellHeader(const Section& section) {
+    if (section.level < 0) return;
+    const auto row = static_cast<int>(section.Start());
+    Q_EMIT dataChanged(index(row, 0), index(row, columnCount() - 1));
 }
 
 /// Lets a section that is unfolded grow at its end by `count` rows of the list, which `change` adds to it.
@@ -209,10 +218,9 @@ QString LogModel::CaptionOf(int column, const Variant& value, std::size_t count)
 QString LogModel::Status() const {
     if (failure_) return QString::fromStdString(*failure_);
     if (root_->counting) return QStringLiteral("Counting …");
-    if (group_columns_.empty()) {
-        const auto found = Counted(root_->shown_rows, "row", "rows");
-        return root_->rows && !root_->rows->IsComplete() ? found + QStringLiteral(" so far …") : found;
-    }
+    if (group_columns_.empty())
+        return Counted(root_->shown_rows, "row", "rows") +
+               (root_->IsSearched() ? QStringLiteral(" so far …") : QString());
     std::size_t rows = 0;
     for (const auto& group : root_->groups) rows += group->count;
     return Counted(root_->groups.size(), "group", "groups") + QStringLiteral(", ") +
@@ -261,7 +269,7 @@ bool LogModel::setData(const QModelIndex& index, const QVariant& value, int role
         IgnoringErrors([&](Statements& run) { run([&] { Fill(*place.section); }); });
     else
         Empty(*place.section);
-    Q_EMIT dataChanged(this->index(index.row(), 0), this->index(index.row(), columnCount() - 1));
+    TellHeader(*place.section);
     return true;
 }
 
@@ -274,8 +282,8 @@ QVariant LogModel::GroupData(const Section& group, int column, int role) const {
     if (role == kGroupRowRole) return RowOf(*group.parent);
     if (role == kGroupLevelRole || role == kIndentRole) return group.level;
     if (role == kUnfoldedRole) return group.unfolded;
-    if (role == Qt::DisplayRole && column == 0) return group.caption;
-    return {};
+    if (role != Qt::DisplayRole || column != 0) return {};
+    return group.IsSearched() ? group.caption + QStringLiteral(" …") : group.caption;
 }
 
 QVariant LogModel::RowData(const Place& place, int column, int role) const {

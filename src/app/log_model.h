@@ -52,6 +52,8 @@ private:
     void Fill(Section& section);
     void TakeRows(Section& section);
     void TakeGroups(Section& section);
+    /// What the row of a section says has changed.
+    void TellHeader(const Section& section);
     void Empty(Section& section);
     void Insert(Section& section, std::size_t count, const std::function<void()>& change);
     std::string FilterOf(int column, const Variant& value) const;
