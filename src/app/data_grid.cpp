@@ -228,7 +228,7 @@ void DataGrid::dragEnterEvent(QDragEnterEvent* event) {
 
 void DataGrid::dropEvent(QDropEvent* event) {
     const auto dragged = ColumnDrag::In(event->mimeData(), this);
-    if (!dragged || !dragged->is_group) return;
+    if (!dragged) return;
     event->acceptProposedAction();
     Remove(dragged->column);
 }
