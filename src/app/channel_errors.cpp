@@ -33,6 +33,8 @@ constexpr int kWidestColumn = 40;
 constexpr int kColumns = 110;
 constexpr int kRows = 16;
 
+constexpr int kRowPadding = 6;  // pixels
+
 /// A cell that tells all of its text, which may be cut off; what feeds and servers said is plain text.
 class TextCell final : public QTableWidgetItem {
 public:
@@ -122,6 +124,8 @@ void frmChannelErrors::MakeGrid() {
     grid_->setColumnHidden(kId, true);
     grid_->setItemDelegateForColumn(kAddress, new AddressDelegate(grid_));
     grid_->verticalHeader()->hide();
+    grid_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    grid_->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + kRowPadding);
     grid_->horizontalHeader()->setStretchLastSection(true);
     grid_->horizontalHeader()->setHighlightSections(false);
     grid_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
@@ -180,6 +184,7 @@ std::string frmChannelErrors::Cell(int row, int column) const {
 void frmChannelErrors::Deactivate() {
     IgnoringErrors([&](Statements& run) {
         std::vector<std::string> ids;
+        ids.reserve(static_cast<std::size_t>(grid_->rowCount()));
         for (int row = 0; row < grid_->rowCount(); ++row) ids.push_back(Cell(row, kId));
         run([&] { DeactivateChannels(ids); });
         run([] {
