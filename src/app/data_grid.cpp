@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <utility>
 
 #include "column_drag.h"
 #include "desktop/event_handler.h"
@@ -209,14 +210,13 @@ void DataGrid::Drag(QWidget* source, const DraggedColumn& dragged, const QPixmap
     const QPointer<DataGrid> self(this);
     dragging_ = true;
     const bool dropped_outside = DragColumn(source, this, dragged, picture, grip);
-    if (!self) return;
-    dragging_ = false;
+    if (!self || !std::exchange(dragging_, false)) return;
     if (dropped_outside && dragged.is_group) Remove(dragged.column);
 }
 
 // The desktop would go on with the drag of a window that is no longer there.
 void DataGrid::hideEvent(QHideEvent* event) {
-    if (dragging_ && !event->spontaneous()) QDrag::cancel();
+    if (!event->spontaneous() && std::exchange(dragging_, false)) QDrag::cancel();
     QWidget::hideEvent(event);
 }
 
@@ -228,7 +228,7 @@ void DataGrid::dragEnterEvent(QDragEnterEvent* event) {
 
 void DataGrid::dropEvent(QDropEvent* event) {
     const auto dragged = ColumnDrag::In(event->mimeData(), this);
-    if (!dragged || !dragged->is_group) return;
+    if (!dragged) return;
     event->acceptProposedAction();
     Remove(dragged->column);
 }

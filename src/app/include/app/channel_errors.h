@@ -9,7 +9,8 @@ class QTableWidget;
 
 namespace pellago {
 
-/// The list of channels that failed in a run. Shown modally by its owner.
+/// The list of channels that failed in a run, which can switch them off and send the list to the support.
+/// Shown modally by its owner, also while another run is in progress.
 class frmChannelErrors final : public Form {
 public:
     frmChannelErrors();
@@ -22,7 +23,19 @@ public:
     /// error text.
     void FillChannels(const std::vector<std::string>& ChannelErrors);
 
+protected:
+    void Form_Load() override;
+    void Form_Unload() override;
+
 private:
+    void MakeGrid();
+    QPushButton* MakeButton(const char* name, const QString& caption, void (frmChannelErrors::*act)());
+    void FitColumns();
+    std::string Cell(int row, int column) const;
+    void Deactivate();
+    void Send();
+    void Close() { Unload(); }
+
     std::string support_mail_;
     QTableWidget* grid_;  ///< columns: id, address, name, error
 };
