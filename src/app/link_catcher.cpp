@@ -186,12 +186,13 @@ void frmRSSLinkCatcher::Opacity(std::int32_t step) {
 }
 
 // The picture's smooth edge is blended with a colour of its own: with the key it would become a dark fringe.
+// For the same reason the shape consists of whole pixels of the window, also where the screen has finer ones.
 void frmRSSLinkCatcher::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.fillRect(rect(), kColorKey);
     QPainterPath shape;
     shape.addRoundedRect(rect(), kCornerRadius, kCornerRadius);
-    painter.setClipPath(shape);
+    painter.setClipRegion(QRegion(shape.toFillPolygon().toPolygon()));
     painter.fillRect(rect(), kEdge);
     IconFromHandle(LoadIcon("pellago-catcher")).paint(&painter, rect());
 }

@@ -117,8 +117,8 @@ TEST_F(ALinkCatcher, AddsAWebAddressAsAChannelUnlessItIsOne) {
 
     for (const auto* text :
          {"ftp://a.example/x", "javascript:alert('http://a.example/')", "mailto:me@a.example", "file:///x",
-          "http:///x", "https://me@:80/x", "http://a.example/x is good", "http://[a.example/x", "a.example/x",
-          "feed:", "Title\nhttp://a.example/x", " "})
+          "http:///x", "https://me@:80/x", "http://a.example/x is good", "http://[a.example/x",
+          "http://a.example:no/x", "a.example/x", "feed:", "Title\nhttp://a.example/x", " "})
         Drop(text);
     EXPECT_EQ(Channels().size(), 5U);
     EXPECT_THAT(boxes, IsEmpty());
@@ -184,9 +184,11 @@ TEST_F(ALinkCatcher, MakesAComponentForEachDropAndIsSilentWhereThatFails) {
         handled.push_back(CStr(link) + " " + std::to_string(alive));
         if (handled.size() == 1) throw RunTimeError(5, "", "component");
         // Closed and opened again in the middle of its own drop.
+        const QPointer<QWidget> dropped_on = Catcher();
         OpenOrClose();
         DoEvents();
         EXPECT_EQ(Catcher(), nullptr);
+        EXPECT_TRUE(dropped_on) << "the desktop's drop still has it on the stack";
         EXPECT_NE(OpenOrClose(), nullptr);
     };
     RegisterLinkHandler(kLinkHandlerClass, [&] { return std::make_unique<Probe>(alive, act); });

@@ -68,6 +68,7 @@ private:
 class AnOpenCatcher : public AProgram {
 protected:
     AnOpenCatcher() {
+        Window();
         EXPECT_TRUE(WaitUntil([&] { return tray.Items().size() == 1; }, 10s));
         tray.ChooseFromMenu("RSS Link Catcher");
         EXPECT_TRUE(WaitUntil([&] { return IsSeen("RSS Link Catcher") && IsSeen("source"); }, 10s));
