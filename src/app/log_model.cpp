@@ -81,6 +81,8 @@ struct LogModel::Section {
     std::unique_ptr<Keyset> rows;
     std::size_t shown_rows = 0;
 
+    /// The number of groups that what is in it stands in.
+    std::size_t Depth() const { return level < 0 ? 0 : parent->Depth() + 1; }
     bool IsSearched() const { return counting || (rows && !rows->IsComplete()); }
     std::size_t Inner() const { return groups.empty() ? shown_rows : ends.back(); }
     std::size_t Visible() const { return (level < 0 ? 0 : 1) + Inner(); }
@@ -126,7 +128,7 @@ void LogModel::Bind(std::vector<int> group_columns) {
 }
 
 void LogModel::Fill(Section& section) {
-    const auto column = static_cast<std::size_t>(section.level + 1);
+    const auto column = section.Depth();
     if (column < group_columns_.size())
         section.counting =
             std::make_unique<RowGroups>(*rows_, FieldOf(group_columns_[column]), section.filter,
@@ -148,7 +150,7 @@ void LogModel::TakeRows(Section& section) {
 void LogModel::TakeGroups(Section& section) {
     const auto counting = std::exchange(section.counting, nullptr);
     if (counting->Failure()) failure_ = counting->Failure()->description;
-    const auto column = group_columns_[static_cast<std::size_t>(section.level + 1)];
+    const auto column = group_columns_[section.Depth()];
     std::vector<std::unique_ptr<Section>> groups;
     for (const auto& [value, count] : *counting->Groups()) {
         auto& group = groups.emplace_back(std::make_unique<Section>());

@@ -4,8 +4,10 @@
 #include <initializer_list>
 #include <iostream>
 
+#include "app/channel_subscriber.h"
 #include "app/error_message.h"
 #include "app/globals.h"
+#include "app/link_handler.h"
 #include "app/main_window.h"
 #include "app/switches.h"
 #include "desktop/application.h"
@@ -123,6 +125,8 @@ int RunWindows() {
     OnLongWait([&] { return GoOnWaiting(window); });
     const OnTerminationSignal signals([&](int) { window.Unload(); });
     Application::OnSessionEnd([&] { window.Unload(UnloadMode::kAppWindows); });
+    RegisterLinkHandler(kLinkHandlerClass,
+                        [] { return std::make_unique<ChannelSubscriber>(DataEnvironment()); });
     window.Load();
     gAlreadyRunning = IsAlreadyRunning();
     if (!gAlreadyRunning) window.CreateSysTrayIcon();

@@ -77,9 +77,11 @@ void frmMain::MenuClick(std::int32_t /*index*/, const std::string& key) {
 
 void frmMain::OpenLinkCatcher() {
     Guarded("Corvane.frmMain.OpenLinkCatcher", [&](Statements& run) {
-        run([&] { link_catcher_ = std::make_unique<frmRSSLinkCatcher>([this] { CloseLinkCatcher(); }); });
+        if (!link_catcher_)
+            run([&] { link_catcher_ = std::make_unique<frmRSSLinkCatcher>([this] { CloseLinkCatcher(); }); });
         run([&] { link_catcher_->Load(); });
         run([&] { link_catcher_->Show(); });
+        run([&] { link_catcher_->BringToTop(); });
         run([&] { WithTray([&](auto& tray) { tray.CheckMenuItem(menu_catcher_index_, true); }); });
     });
 }
@@ -90,7 +92,6 @@ void frmMain::CloseLinkCatcher() {
         run([&] {
             if (link_catcher_) link_catcher_->Unload();
         });
-        run([&] { link_catcher_.reset(); });
     });
 }
 

@@ -3,7 +3,9 @@
 #include "cli/verbs.h"
 #include "database.h"
 #include "feed_address.h"
-#include "subscriptions.h"
+#include "store/all_or_nothing.h"
+#include "store/subscriptions.h"
+#include "store/web_address.h"
 
 namespace pellago::cli {
 namespace {

@@ -4,7 +4,6 @@
 
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
-#include "infra/guarded_routine.h"
 #include "store/schema.h"
 
 namespace pellago::cli {
@@ -61,14 +60,6 @@ void RequireRow(Connection& connection, const std::string& table, const std::str
     if (IsNull(connection.Scalar("SELECT ID FROM " + table + " WHERE ID = " + std::to_string(id))))
         throw Failure(ExitStatus::kInputMissing, "there is no " + kind + " " + std::to_string(id));
 }
-
-AllOrNothing::AllOrNothing(Connection& connection) : connection_(connection) { connection_.BeginWrites(); }
-
-AllOrNothing::~AllOrNothing() {
-    IgnoringErrors([this](Statements& run) { run([this] { connection_.RollbackWrites(); }); });
-}
-
-void AllOrNothing::Keep() { connection_.CommitWrites(); }
 
 ExitStatus InitDatabase(const Context& context) {
     const auto path = context.database ? *context.database : ChosenDatabase();

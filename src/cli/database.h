@@ -33,18 +33,4 @@ ExitStatus SetActive(const Context& context, const std::string& recordset, const
 /// Throws Failure kInputMissing when `table` has no row with that id.
 void RequireRow(Connection& connection, const std::string& table, const std::string& kind, std::int32_t id);
 
-/// Writes of one scope that are kept together or not at all.
-class AllOrNothing final {
-public:
-    explicit AllOrNothing(Connection& connection);
-    ~AllOrNothing();
-    AllOrNothing(const AllOrNothing&) = delete;
-    AllOrNothing& operator=(const AllOrNothing&) = delete;
-
-    void Keep();
-
-private:
-    Connection& connection_;
-};
-
 }  // namespace pellago::cli

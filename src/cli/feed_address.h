@@ -6,17 +6,11 @@
 
 namespace pellago::cli {
 
-/// True for a text that begins with a scheme and a colon (RFC 3986, 3.1).
-bool HasScheme(std::string_view text);
-
 /// The address under which a feed is kept: without blanks around it, a "feed:" before it undone, a path
 /// (relative to `folder`, percent-encoded or not) as a file address. Empty for an empty text.
 std::string FeedAddress(std::string_view text, const std::filesystem::path& folder);
 
 /// The absolute file address of a path (RFC 8089), percent-encoded.
 std::string FileAddress(const std::filesystem::path& path);
-
-/// The host that an address names, in lower case; empty where it names none.
-std::string HostOf(std::string_view address);
 
 }  // namespace pellago::cli

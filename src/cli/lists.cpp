@@ -6,7 +6,9 @@
 #include "database.h"
 #include "platform/file_replacement.h"
 #include "platform/run_time_error.h"
-#include "subscriptions.h"
+#include "store/all_or_nothing.h"
+#include "store/subscriptions.h"
+#include "subscription_list.h"
 
 namespace pellago::cli {
 namespace {

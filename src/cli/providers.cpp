@@ -1,6 +1,7 @@
 #include "cli/verbs.h"
 #include "database.h"
-#include "subscriptions.h"
+#include "store/all_or_nothing.h"
+#include "store/subscriptions.h"
 
 namespace pellago::cli {
 namespace {

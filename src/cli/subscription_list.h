@@ -2,25 +2,10 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
+
+#include "store/subscriptions.h"
 
 namespace pellago::cli {
-
-struct ListedFeed {
-    std::string name;
-    std::string address;
-    std::string link;  ///< the web page that the feed belongs to
-    bool active = true;
-};
-
-struct ListedProvider {
-    std::string name;
-    std::string home_page;
-    bool active = true;
-    std::vector<ListedFeed> feeds;
-};
-
-using SubscriptionList = std::vector<ListedProvider>;
 
 /// Reads an OPML file. The innermost folder with a name is a feed's provider, else its address's host; a
 /// folder that holds nothing but folders is no provider. An outline with isComment="true" is not active.

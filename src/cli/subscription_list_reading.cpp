@@ -8,6 +8,7 @@
 #include "platform/message_loop.h"
 #include "platform/text.h"
 #include "platform/xml_document.h"
+#include "store/web_address.h"
 #include "subscription_list.h"
 
 namespace pellago::cli {

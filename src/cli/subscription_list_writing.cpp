@@ -1,5 +1,5 @@
-#include "feed_address.h"
 #include "platform/text.h"
+#include "store/web_address.h"
 #include "subscription_list.h"
 
 namespace pellago::cli {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -21,6 +22,12 @@ struct XWindow {
     bool is_popup;  ///< the window manager has nothing to do with it
     int width;
     int height;
+};
+
+struct ScreenPlace {
+    std::int16_t x;
+    std::int16_t y;
+    friend bool operator==(const ScreenPlace&, const ScreenPlace&) = default;
 };
 
 /// All windows of the X server, seen and used from another process than their own.
@@ -49,6 +56,29 @@ public:
         xcb_flush(connection_.get());
     }
 
+    /// Of a window that is there.
+    ScreenPlace CenterOf(const XWindow& window) const {
+        auto* connection = connection_.get();
+        const auto cookie = xcb_translate_coordinates(connection, window.id, root_,
+                                                      static_cast<std::int16_t>(window.width / 2),
+                                                      static_cast<std::int16_t>(window.height / 2));
+        const Owned<xcb_translate_coordinates_reply_t> reply(
+            xcb_translate_coordinates_reply(connection, cookie, nullptr));
+        return reply ? ScreenPlace{reply->dst_x, reply->dst_y} : ScreenPlace{};
+    }
+
+    // The real pointer.
+    void MovePointer(ScreenPlace to) const { Fake(XCB_MOTION_NOTIFY, 0, to); }
+    void PressButton() const { Fake(XCB_BUTTON_PRESS, XCB_BUTTON_INDEX_1, {}); }
+    void ReleaseButton() const { Fake(XCB_BUTTON_RELEASE, XCB_BUTTON_INDEX_1, {}); }
+
+    xcb_atom_t Atom(const std::string& name) const {
+        const auto cookie =
+            xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+        const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_.get(), cookie, nullptr));
+        return reply ? reply->atom : 0;
+    }
+
 private:
     struct Free {
         void operator()(void* memory) const { std::free(memory); }
@@ -57,6 +87,10 @@ private:
     template <class T>
     using Owned = std::unique_ptr<T, Free>;
 
+    void Fake(std::uint8_t event, std::uint8_t detail, ScreenPlace place) const {
+        xcb_test_fake_input(connection_.get(), event, detail, XCB_CURRENT_TIME, root_, place.x, place.y, 0);
+        xcb_flush(connection_.get());
+    }
     void Collect(xcb_window_t parent, std::vector<XWindow>& windows) const {
         auto* connection = connection_.get();
         const Owned<xcb_query_tree_reply_t> tree(
@@ -90,13 +124,6 @@ private:
         return {static_cast<const char*>(xcb_get_property_value(reply.get())),
                 static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
     }
-    xcb_atom_t Atom(const std::string& name) const {
-        const auto cookie =
-            xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-        const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_.get(), cookie, nullptr));
-        return reply ? reply->atom : 0;
-    }
-
     static constexpr char kIconic = 3;
     Owned<xcb_connection_t> connection_{xcb_connect(nullptr, nullptr)};
     xcb_window_t root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data->root;

@@ -1,15 +1,23 @@
 #pragma once
 
+#include <QMenu>
+#include <QPointF>
+#include <cstdint>
 #include <functional>
+#include <optional>
 
 #include "desktop/form.h"
 
+class QDropEvent;
+
 namespace pellago {
 
-/// The small window that stays above the others for links to be dropped on. Its owner opens and closes it.
+/// The small, partly transparent window for links to be dropped on; each goes to a new object of class
+/// kLinkHandlerClass. It is moved by its body, and changed in its context menu. Its owner opens and closes
+/// it.
 class frmRSSLinkCatcher final : public Form {
 public:
-    /// `close` is what closes the catcher: its owner's way, which may destroy it.
+    /// `close` is what closes the catcher: its owner's way. Called from the message loop.
     explicit frmRSSLinkCatcher(std::function<void()> close);
 
 private:
@@ -17,7 +25,28 @@ private:
     void Form_QueryUnload(bool& Cancel, UnloadMode mode) override;
     void Form_Unload() override;
 
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+    void MakeMenu();
+    QAction& Entry(std::int32_t command) const;
+    void ShowMenuByKey();
+    void Choose(std::int32_t command);
+    void Topmost(std::int32_t topmost);
+    void Opacity(std::int32_t step);
+
     std::function<void()> close_;
+    QMenu menu_;
+    std::optional<QPointF> grab_point_;  ///< while the window is being moved
+    std::int32_t opacity_step_;
+    std::int32_t topmost_;
 };
 
 }  // namespace pellago

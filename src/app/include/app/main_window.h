@@ -153,8 +153,9 @@ private:
     std::unique_ptr<ProgressDisplay> channel_;
     std::unique_ptr<ProgressDisplay> item_;
 
-    std::unique_ptr<CDBUpdate> dbu_;        ///< there exactly while a run is in progress
-    std::unique_ptr<frmSysTray> sys_tray_;  ///< stays when it is unloaded: its routines may be on the stack
+    std::unique_ptr<CDBUpdate> dbu_;  ///< there exactly while a run is in progress
+    // These stay when they are unloaded: their routines may be on the stack.
+    std::unique_ptr<frmSysTray> sys_tray_;
     std::unique_ptr<frmRSSLinkCatcher> link_catcher_;
     std::optional<std::vector<std::string>> channel_error_list_;
     std::unique_ptr<cTimer> update_timer_;

@@ -1,11 +1,10 @@
-#include "subscriptions.h"
+#include "store/subscriptions.h"
 
 #include <map>
 
-#include "database.h"
 #include "platform/text.h"
 
-namespace pellago::cli {
+namespace pellago {
 namespace {
 
 constexpr std::size_t kProviderLimit = 255;
@@ -13,6 +12,11 @@ constexpr std::size_t kChannelLimit = 100;
 constexpr const char* kNoName = "<no name>";
 
 Variant TextOrNull(const std::string& text) { return text.empty() ? Variant(Null()) : Variant(text); }
+
+std::string TextOf(const Variant& value, const char* otherwise = "") {
+    auto text = IsNull(value) ? std::string() : CStr(value);
+    return text.empty() ? otherwise : text;
+}
 
 Recordset& Opened(Recordset& rows) {
     if (!rows.IsOpen()) rows.Open();
@@ -29,7 +33,10 @@ bool IsOn(const Variant& active) { return !IsNull(active) && CBool(active); }
 
 }  // namespace
 
-Subscriptions::Subscriptions(const DE1& database) : database_(database) {}
+Subscriptions::Subscriptions(const DE1& database)
+    : database_(database),
+      providers_(database.CnnRSS(), database.Recordsets("rsAllProviders")->Source()),
+      channels_(database.CnnRSS(), database.Recordsets("rsAllChannels")->Source()) {}
 
 std::optional<std::int32_t> Subscriptions::FindProvider(const std::string& name) {
     auto& search = *database_.Commands("cmdSeachProvider");
@@ -44,7 +51,7 @@ std::optional<std::int32_t> Subscriptions::FindChannel(const std::string& addres
 }
 
 std::int32_t Subscriptions::AddProvider(const ListedProvider& provider) {
-    auto& rows = Opened(*database_.Recordsets("rsAllProviders"));
+    auto& rows = Opened(providers_);
     rows.AddNew();
     rows.Value("Provider", Left(provider.name, kProviderLimit));
     rows.Value("HomePage", TextOrNull(provider.home_page));
@@ -54,7 +61,7 @@ std::int32_t Subscriptions::AddProvider(const ListedProvider& provider) {
 }
 
 std::int32_t Subscriptions::AddChannel(const ListedFeed& feed, std::int32_t provider) {
-    auto& rows = Opened(*database_.Recordsets("rsAllChannels"));
+    auto& rows = Opened(channels_);
     rows.AddNew();
     rows.Value("Channel", Left(feed.name.empty() ? feed.address : feed.name, kChannelLimit));
     rows.Value("httpRSSFile", feed.address);
@@ -68,7 +75,7 @@ std::int32_t Subscriptions::AddChannel(const ListedFeed& feed, std::int32_t prov
 SubscriptionList Subscriptions::All() {
     SubscriptionList list;
     std::map<std::int32_t, std::size_t> places;
-    auto& providers = Opened(*database_.Recordsets("rsAllProviders"));
+    auto& providers = Opened(providers_);
     providers.Sort("ID");
     for (; !providers.Eof(); providers.MoveNext()) {
         places[CLng(providers.Value("ID"))] = list.size();
@@ -77,7 +84,7 @@ SubscriptionList Subscriptions::All() {
                         IsOn(providers.Value("Active")),
                         {}});
     }
-    auto& channels = Opened(*database_.Recordsets("rsAllChannels"));
+    auto& channels = Opened(channels_);
     channels.Sort("ID");
     for (; !channels.Eof(); channels.MoveNext()) {
         const auto owner = channels.Value("Provider");
@@ -91,4 +98,4 @@ SubscriptionList Subscriptions::All() {
     return list;
 }
 
-}  // namespace pellago::cli
+}  // namespace pellago

@@ -3,13 +3,30 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "store/de1.h"
-#include "subscription_list.h"
 
-namespace pellago::cli {
+namespace pellago {
 
-/// The providers and channels of a database, as lists and verbs find and add them.
+struct ListedFeed {
+    std::string name;
+    std::string address;
+    std::string link;  ///< the web page that the feed belongs to
+    bool active = true;
+};
+
+struct ListedProvider {
+    std::string name;
+    std::string home_page;
+    bool active = true;
+    std::vector<ListedFeed> feeds;
+};
+
+using SubscriptionList = std::vector<ListedProvider>;
+
+/// The providers and channels of a database, as all that finds and adds them does. In the middle of a run,
+/// too: the run's own recordsets stay where they are.
 class Subscriptions final {
 public:
     explicit Subscriptions(const DE1& database);
@@ -28,6 +45,8 @@ public:
 
 private:
     const DE1& database_;
+    Recordset providers_;
+    Recordset channels_;
 };
 
-}  // namespace pellago::cli
+}  // namespace pellago

@@ -1,0 +1,33 @@
+#include "store/all_or_nothing.h"
+
+#include "infra/guarded_routine.h"
+
+namespace pellago {
+
+AllOrNothing::AllOrNothing(Connection& connection)
+    : connection_(connection), is_inside_another_(connection.HoldsWrites()) {
+    if (is_inside_another_)
+        connection_.Execute("SAVEPOINT AllOrNothing");
+    else
+        connection_.BeginWrites();
+}
+
+AllOrNothing::~AllOrNothing() {
+    if (is_kept_ || !connection_.HoldsWrites()) return;
+    IgnoringErrors([this](Statements& run) {
+        if (is_inside_another_)
+            run([this] { connection_.Execute("ROLLBACK TO AllOrNothing; RELEASE AllOrNothing"); });
+        else
+            run([this] { connection_.RollbackWrites(); });
+    });
+}
+
+void AllOrNothing::Keep() {
+    if (is_inside_another_)
+        connection_.Execute("RELEASE AllOrNothing");
+    else
+        connection_.CommitWrites();
+    is_kept_ = true;
+}
+
+}  // namespace pellago
