@@ -18,6 +18,7 @@
 #include "infra/process_objects.h"
 #include "infra/shell.h"
 #include "platform/message_box.h"
+#include "store/all_or_nothing.h"
 #include "store/de1.h"
 
 namespace pellago {
@@ -68,29 +69,20 @@ void DeactivateChannel(Recordset& channels, const std::string& id) {
     channels.Update();
 }
 
-// The write lock is waited for once, not for each channel. A run in progress uses the connection too, and may
-// be in the middle of its writes: these are committed with ours, as they are whenever a window is waited for,
-// and are not ours to give up.
+// The write lock is waited for once, not for each channel.
 void DeactivateChannels(const std::vector<std::string>& ids) {
     const auto& database = DataEnvironment();
     const auto connection = database.CnnRSS();
-    const bool of_run = connection->HoldsWrites();
-    if (!of_run) connection->CommitWrites();  // fails where the run has still to hear that it lost its writes
-    connection->BeginWrites();
+    AllOrNothing writes(*connection);
+    Recordset channels(connection, database.Recordsets("rsAllChannels")->Source());
+    channels.Open();
     IgnoringErrors([&](Statements& run) {
-        Recordset channels(connection, database.Recordsets("rsAllChannels")->Source());
-        run([&] { channels.Open(); });
         for (const auto& id : ids) {
             if (!connection->HoldsWrites()) break;  // a full disk: what was written is lost
             run([&] { DeactivateChannel(channels, id); });
         }
     });
-    try {
-        connection->CommitWrites();
-    } catch (const RunTimeError&) {
-        if (!of_run) connection->RollbackWrites();
-        throw;
-    }
+    writes.Keep();
 }
 
 }  // namespace

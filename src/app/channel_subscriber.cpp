@@ -13,11 +13,14 @@ void ChannelSubscriber::HandleLink(const Variant& link) {
     if (address.empty() || !QUrl(QString::fromStdString(address)).isValid()) return;
     AllOrNothing writes(*database_.CnnRSS());
     Subscriptions subscriptions(database_);
-    if (subscriptions.FindChannel(address)) return;
-    const auto host = HostOf(address);
-    auto provider = subscriptions.FindProvider(host);
-    if (!provider) provider = subscriptions.AddProvider({host, "", true, {}});
-    subscriptions.AddChannel({"", address, "", true}, *provider);
+    auto channel = subscriptions.FindChannel(address);
+    if (!channel) {
+        const auto host = HostOf(address);
+        auto provider = subscriptions.FindProvider(host);
+        if (!provider) provider = subscriptions.AddProvider({host, "", true, {}});
+        channel = subscriptions.AddChannel({"", address, "", true}, *provider);
+    }
+    subscriptions.SwitchOn(*channel);
     writes.Keep();
 }
 

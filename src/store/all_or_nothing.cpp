@@ -6,14 +6,16 @@ namespace pellago {
 
 AllOrNothing::AllOrNothing(Connection& connection)
     : connection_(connection), is_inside_another_(connection.HoldsWrites()) {
-    if (is_inside_another_)
+    if (is_inside_another_) {
         connection_.Execute("SAVEPOINT AllOrNothing");
-    else
-        connection_.BeginWrites();
+        return;
+    }
+    connection_.CommitWrites();  // fails where somebody has still to hear that what he wrote is lost
+    connection_.BeginWrites();
 }
 
 AllOrNothing::~AllOrNothing() {
-    if (is_kept_ || !connection_.HoldsWrites()) return;
+    if (is_kept_ || (is_inside_another_ && !connection_.HoldsWrites())) return;
     IgnoringErrors([this](Statements& run) {
         if (is_inside_another_)
             run([this] { connection_.Execute("ROLLBACK TO AllOrNothing; RELEASE AllOrNothing"); });

@@ -31,6 +31,15 @@ std::optional<std::int32_t> KeyOf(Command& search) {
 
 bool IsOn(const Variant& active) { return !IsNull(active) && CBool(active); }
 
+/// Goes to the row with that key, and switches it on.
+void SwitchRowOn(Recordset& rows, const Variant& id) {
+    if (IsNull(id)) return;
+    Opened(rows).Filter("ID = " + CStr(id));
+    if (rows.Eof() || IsOn(rows.Value("Active"))) return;
+    rows.Value("Active", true);
+    rows.Update();
+}
+
 }  // namespace
 
 Subscriptions::Subscriptions(const DE1& database)
@@ -72,10 +81,16 @@ std::int32_t Subscriptions::AddChannel(const ListedFeed& feed, std::int32_t prov
     return CLng(rows.Value("ID"));
 }
 
+void Subscriptions::SwitchOn(std::int32_t channel) {
+    SwitchRowOn(channels_, channel);
+    if (!channels_.Eof()) SwitchRowOn(providers_, channels_.Value("Provider"));
+}
+
 SubscriptionList Subscriptions::All() {
     SubscriptionList list;
     std::map<std::int32_t, std::size_t> places;
     auto& providers = Opened(providers_);
+    providers.Filter("");
     providers.Sort("ID");
     for (; !providers.Eof(); providers.MoveNext()) {
         places[CLng(providers.Value("ID"))] = list.size();
@@ -85,6 +100,7 @@ SubscriptionList Subscriptions::All() {
                         {}});
     }
     auto& channels = Opened(channels_);
+    channels.Filter("");
     channels.Sort("ID");
     for (; !channels.Eof(); channels.MoveNext()) {
         const auto owner = channels.Value("Provider");

@@ -115,6 +115,11 @@ TEST_F(ALinkCatcher, AddsAWebAddressAsAChannelUnlessItIsOne) {
     EXPECT_THAT(Column("SELECT Provider FROM Providers ORDER BY ID"),
                 ElementsAre("news.example", "[2001:db8::1]", "other.example"));
 
+    database->CnnRSS()->Execute("UPDATE Channels SET Active = 0; UPDATE Providers SET Active = 0");
+    Drop("http://news.example/feed");
+    EXPECT_THAT(Channels(), ElementsAre("news.example http://news.example/feed http://news.example/feed"));
+    database->CnnRSS()->Execute("UPDATE Channels SET Active = 1; UPDATE Providers SET Active = 1");
+
     for (const auto* text :
          {"ftp://a.example/x", "javascript:alert('http://a.example/')", "mailto:me@a.example", "file:///x",
           "http:///x", "https://me@:80/x", "http://a.example/x is good", "http://[a.example/x",

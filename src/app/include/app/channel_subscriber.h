@@ -6,9 +6,10 @@ namespace pellago {
 
 class DE1;
 
-/// Adds the address that a link is as a channel, so that the next run fetches it; nothing where it is one
-/// already, or no address on the web (WebAddress). Its provider is the one named after the address's host,
-/// made when there is none; until a download brings its title the channel is called by its address.
+/// Makes the address that a link is a channel that the next run fetches; nothing where it is no address on
+/// the web (WebAddress). A channel that is there is switched on, with its provider; a new one belongs to the
+/// provider named after the address's host, made when there is none, and until a download brings its title it
+/// is called by its address.
 class ChannelSubscriber final : public LinkHandler {
 public:
     explicit ChannelSubscriber(const DE1& database) : database_(database) {}

@@ -8,6 +8,8 @@ namespace pellago {
 /// holds that on the same connection, what he has written stays his own, to keep and to give up.
 class AllOrNothing final {
 public:
+    /// Throws RunTimeError, also where what somebody else wrote before is lost and he has still to hear of
+    /// it.
     explicit AllOrNothing(Connection& connection);
     ~AllOrNothing();
     AllOrNothing(const AllOrNothing&) = delete;

@@ -40,6 +40,9 @@ public:
     /// The channel is called by its address where the feed has no name.
     std::int32_t AddChannel(const ListedFeed& feed, std::int32_t provider);
 
+    /// So that the next run fetches the channel: itself and its provider, where they are switched off.
+    void SwitchOn(std::int32_t channel);
+
     /// Everything, providers and channels in the order of their ids.
     SubscriptionList All();
 
