@@ -1,13 +1,10 @@
 #include "desktop/form.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <QPushButton>
 #include <QTest>
 #include <QWindow>
-#include <iostream>
 #include <memory>
 
 #include "desktop/application.h"
@@ -23,56 +20,13 @@
 #include "support/thrown.h"
 #include "support/wait_until.h"
 #include "support/while_modal.h"
+#include "telling_form.h"
 
 namespace pellago {
 namespace {
 
+using test::TellingForm;
 using testing::ElementsAre;
-
-/// A form that tells what happens to it.
-class TellingForm final : public Form {
-public:
-    explicit TellingForm(BorderStyle border = BorderStyle::kSizable) : Form("frmTelling", border) {
-        resize(300, 200);
-    }
-
-    std::vector<std::string> Told() { return std::exchange(told_, {}); }
-    std::function<void()> on_load;
-    std::function<void()> on_resize;
-    std::function<void(bool& cancel)> on_query;
-    std::function<void()> on_unload;
-    std::function<void()> on_activate;
-    bool tell_resize = false;
-
-private:
-    void Form_Load() override {
-        told_.emplace_back("load");
-        if (on_load) on_load();
-    }
-    void Form_Activate() override {
-        told_.emplace_back("activate");
-        if (on_activate) on_activate();
-    }
-    void Form_Resize() override {
-        if (tell_resize)
-            told_.emplace_back(WindowState() == FormWindowState::kMinimized ? "minimized" : "resize");
-        if (on_resize) on_resize();
-    }
-    void Form_QueryUnload(bool& cancel, UnloadMode mode) override {
-        told_.push_back("query " + std::to_string(static_cast<int>(mode)));
-        if (on_query) on_query(cancel);
-    }
-    void Form_Unload() override {
-        told_.emplace_back("unload");
-        if (on_unload) on_unload();
-    }
-    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
-                                 std::int32_t l_param) override {
-        return hwnd == hWnd() ? message + w_param + l_param : -1;
-    }
-
-    std::vector<std::string> told_;
-};
 
 TEST(Form, GoesThroughItsLifeInOrder) {
     TellingForm form;
@@ -112,75 +66,6 @@ TEST(Form, MayRefuseToBeClosed) {
     form.on_query = nullptr;
     EXPECT_TRUE(form.close());
     EXPECT_FALSE(form.IsLoaded());
-}
-
-TEST(Application, ThatWasEndedBeforeItRanDoesNotRun) {
-    EXPECT_EXIT(
-        {
-            Application::Quit(3);
-            TellingForm().Show(ShowMode::kModal);
-            _exit(Application::Run());
-        },
-        testing::ExitedWithCode(3), "");
-    EXPECT_EXIT(
-        {
-            QEvent quit(QEvent::Quit);
-            QCoreApplication::sendEvent(qApp, &quit);
-            _exit(Application::Run());
-        },
-        testing::ExitedWithCode(0), "");
-}
-
-// The owner of a run hears of it in the middle of that run, once no window objects.
-TEST(Application, EndsWithTheSessionAlsoInTheMiddleOfARun) {
-    const auto scene = [] {
-        TellingForm hidden;
-        hidden.Load();
-        TellingForm shown;
-        shown.Show();
-        bool stopped = false;
-        std::string order;
-        shown.on_query = [&](bool& cancel) {
-            cancel = order.empty();
-            order += "asked ";
-        };
-        Application::OnSessionEnd([&] {
-            order += Application::SessionEnds() ? "ends " : "? ";
-            stopped = true;
-            throw RunTimeError(5, "", "no");
-        });
-        UseMessageBox([&](const MessageBoxRequest& request) {
-            order += request.text;
-            return MessageBoxAnswer::kOk;
-        });
-        CallLater([&] {
-            QEvent refused(QEvent::Quit);
-            QCoreApplication::sendEvent(qApp, &refused);
-            QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit));  // owned by the queue
-            while (!stopped) DoEvents();
-        });
-        const int status = Application::Run();
-        std::cerr << order << hidden.IsLoaded() << shown.IsLoaded() << Application::SessionEnds();
-        _exit(status);
-    };
-    EXPECT_EXIT(scene(), testing::ExitedWithCode(0), "^asked asked ends no100$");
-}
-
-TEST(Application, WithoutADisplayEndsWithOneLine) {
-    const test::TempDir folder;
-    test::Child program([&] {
-        const int file = open((folder / "err").c_str(), O_WRONLY | O_CREAT, 0600);
-        dup2(file, STDERR_FILENO);
-        dup2(file, STDOUT_FILENO);
-        const test::EnvVar platform("QT_QPA_PLATFORM", "xcb");
-        const test::EnvVar wayland("WAYLAND_DISPLAY", std::nullopt);
-        const test::EnvVar display("DISPLAY", ":none");
-        execl("/proc/self/exe", "desktop_tests", "--gtest_list_tests", nullptr);
-    });
-    EXPECT_EQ(program.Wait(), 1);
-    EXPECT_THAT(test::ReadFile(folder / "err"),
-                testing::MatchesRegex(
-                    "pellagod: there is no display to show windows on: [^\n]*DISPLAY is \":none\"[^\n]*\n"));
 }
 
 TEST(Form, IsToldWhenTheSessionEnds) {
