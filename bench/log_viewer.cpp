@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QScrollBar>
 #include <QTableView>
 #include <algorithm>
@@ -118,6 +119,27 @@ public:
         PumpUntil([&] { return IsComplete(); });
     }
 
+    void GroupByChannel() {
+        table_->setCurrentIndex(table_->model()->index(0, 1));
+        QKeyEvent menu_key(QEvent::KeyPress, Qt::Key_F10, Qt::ShiftModifier);
+        QApplication::sendEvent(table_, &menu_key);
+        auto* menu = form_.findChild<QMenu*>(QStringLiteral("groupMenu"));
+        const auto before = Status();
+        auto start = Clock::now();
+        menu->actions().constFirst()->trigger();
+        menu->close();
+        PumpUntil([&] { return Status() != before && IsComplete(); });
+        std::printf("grouped by channel: %.0f ms, %s\n", Milliseconds(start), Status().c_str());
+        const auto groups = table_->model()->rowCount();
+        table_->setCurrentIndex(table_->model()->index(0, 0));
+        start = Clock::now();
+        QKeyEvent unfold(QEvent::KeyPress, Qt::Key_Right, Qt::NoModifier);
+        QApplication::sendEvent(table_, &unfold);
+        PumpUntil([&] { return table_->model()->rowCount() > groups; });
+        Paint();
+        std::printf("a group unfolded, painted: %.1f ms\n", Milliseconds(start));
+    }
+
 private:
     void Paint() const { table_->viewport()->repaint(); }
     bool HasRows() const { return table_->model()->rowCount() > 0; }
@@ -146,6 +168,7 @@ void Run(const std::string& rows) {
         viewer.Type("filter1", "An old");
         viewer.Type("filter1", "zz");
         viewer.Type("filter5", "1");
+        viewer.GroupByChannel();
     }
     CloseDataEnvironment();
     std::filesystem::remove_all(folder);

@@ -83,6 +83,8 @@ struct Keyset::State {
     }
 
     std::vector<data::Row> ReadPage(std::size_t page) const {
+        if (!connection->IsOpen())
+            throw RunTimeError(data_error::kObjectClosed, data::kErrorSource, "The connection is closed.");
         const auto begin = page * kPageRows;
         std::vector<data::Row> rows(std::min(kPageRows, keys.Size() - begin));
         std::map<std::int64_t, std::size_t> places;

@@ -73,6 +73,8 @@ TEST_F(AKeyset, ReadsAPageOfRowsWhenOneIsAskedFor) {
     connection->Execute("DELETE FROM Cars WHERE Name = 'car 4990'");
     EXPECT_THAT(keys.Row(4992), IsEmpty());
     EXPECT_EQ(keys.Row(4993).at(0), Variant("car 4991"));
+    connection->Close();
+    EXPECT_EQ(ThrownBy([&] { keys.Row(0); }).number, data_error::kObjectClosed);
 }
 
 // What the program writes meanwhile must neither be waited for nor be kept waiting.
