@@ -53,6 +53,7 @@ frmLog::frmLog()
     dgLogs_->OnFilterChange([this](int column) { FilterChange(column); });
     dgLogs_->OnGroupChange([this] { GroupChange(); });
     auto* header = dgLogs_->Table().horizontalHeader();
+    header->setStretchLastSection(true);
     int column = 0;
     for (const auto width : kWidths)
         header->resizeSection(column++, width * fontMetrics().horizontalAdvance(QLatin1Char('0')));
