@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QDrag>
-#include <QGuiApplication>
 #include <QPixmap>
 #include <QWidget>
 
@@ -19,7 +18,7 @@ std::optional<DraggedColumn> ColumnDrag::In(const QMimeData* offered, const QWid
     return drag->dragged_;
 }
 
-bool DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragged, const QPixmap& picture,
+void DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragged, const QPixmap& picture,
                 QPoint hot_spot) {
     auto* drag = new QDrag(source);  // owned by the desktop's drag manager, which deletes it after the drag
     // As the source's child it would be deleted with it, in the middle of exec().
@@ -27,9 +26,7 @@ bool DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragg
     drag->setMimeData(new ColumnDrag(grid, dragged));  // owned by the drag
     drag->setPixmap(picture);
     drag->setHotSpot(hot_spot);
-    const auto taken = drag->exec(Qt::MoveAction) != Qt::IgnoreAction;
-    // A drag that is given up (Escape) ends with the button still down.
-    return !taken && !(QGuiApplication::mouseButtons() & Qt::LeftButton);
+    drag->exec(Qt::MoveAction);
 }
 
 }  // namespace pellago

@@ -29,9 +29,8 @@ private:
 };
 
 /// Drags the column until the person lets go of it; serves all events meanwhile, so that `source` may be gone
-/// afterwards. True when it was dropped where nothing takes it; false when it was taken, or the drag given
-/// up.
-bool DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragged, const QPixmap& picture,
+/// afterwards.
+void DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragged, const QPixmap& picture,
                 QPoint hot_spot);
 
 }  // namespace pellago

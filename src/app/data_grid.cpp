@@ -209,9 +209,8 @@ void DataGrid::DragChip(GroupChip& chip, QPoint grip) {
 void DataGrid::Drag(QWidget* source, const DraggedColumn& dragged, const QPixmap& picture, QPoint grip) {
     const QPointer<DataGrid> self(this);
     dragging_ = true;
-    const bool dropped_outside = DragColumn(source, this, dragged, picture, grip);
-    if (!self || !std::exchange(dragging_, false)) return;
-    if (dropped_outside && dragged.is_group) Remove(dragged.column);
+    DragColumn(source, this, dragged, picture, grip);
+    if (self) dragging_ = false;
 }
 
 // The desktop would go on with the drag of a window that is no longer there.
@@ -220,7 +219,8 @@ void DataGrid::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
 }
 
-// A chip can be let go of anywhere outside the group area.
+// A chip can be let go of anywhere on the grid outside the group area. Not outside the grid: there the
+// desktop tells a drop nobody takes no differently from a drag that was given up.
 void DataGrid::dragEnterEvent(QDragEnterEvent* event) {
     const auto dragged = ColumnDrag::In(event->mimeData(), this);
     if (dragged && dragged->is_group) event->acceptProposedAction();

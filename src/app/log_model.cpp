@@ -214,7 +214,7 @@ QString LogModel::CaptionOf(int column, const Variant& value, std::size_t count)
                           ? QLatin1String(CBool(value) ? "True" : "False")
                           : TextOf(column, value);
     return QLatin1String(LogColumns()[static_cast<std::size_t>(column)].caption) + QLatin1String(": ") +
-           text + QLatin1String(" (") + Number(count) + QLatin1Char(')');
+           text.simplified() + QLatin1String(" (") + Number(count) + QLatin1Char(')');
 }
 
 QString LogModel::Status() const {
