@@ -62,6 +62,7 @@ private:
     std::weak_ptr<HttpExchange> taken_;    ///< the last
     QTimer watch_;                         ///< sees what happens by time alone
     std::size_t begun_ = 0;                ///< of what is expected
+    bool is_full_ = false;                 ///< something was given back, and little has been read since
 };
 
 }  // namespace pellago

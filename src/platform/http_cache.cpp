@@ -56,7 +56,8 @@ std::optional<CachedAnswer> ReadHead(std::istream& file, const std::string& addr
     const auto last_modified = TakeLine(file, "Last-Modified: ");
     const auto content_type = TakeLine(file, "Content-Type: ");
     const auto fetched = TakeLine(file, "Fetched: ");
-    if (!fetched || TakeLine(file, "") != "") return std::nullopt;
+    if (!url || !etag || !last_modified || !content_type || !fetched || TakeLine(file, "") != "")
+        return std::nullopt;
     CachedAnswer answer{{*etag, *last_modified}, *url, *content_type, 0};
     const auto* end = fetched->data() + fetched->size();
     if (std::from_chars(fetched->data(), end, answer.fetched).ptr != end) return std::nullopt;

@@ -113,7 +113,7 @@ bool HttpSession::Ahead::MayBegin() const {
     const auto silent = static_cast<std::size_t>(std::ranges::count_if(
         running_, [&](const auto* exchange) { return now - exchange->LastHeard() > kSilence; }));
     if (running_.size() - silent >= most || silent > most) return false;
-    if (unread + running_.size() * kUsualBody > kMaxUnread) return false;
+    if (is_full_ || unread + running_.size() * kUsualBody > kMaxUnread) return false;
     return begun_ < most || IsWaitedFor();
 }
 
@@ -145,10 +145,14 @@ void HttpSession::Ahead::GiveBack(Place place) {
     next_.insert(place);
 }
 
-// The last first: they are asked for last.
+// The last first: they are asked for last. And not at once again, since what is under way brings as much.
 void HttpSession::Ahead::GiveBackUnread() {
-    for (auto last = expected_.rbegin(); unread > kMaxUnread && last != expected_.rend(); ++last)
-        if (last->second.exchange && last->second.exchange->Unread() > 0) GiveBack(last->first);
+    if (unread <= kMaxUnread / 2) is_full_ = false;
+    for (auto last = expected_.rbegin(); unread > kMaxUnread && last != expected_.rend(); ++last) {
+        if (!last->second.exchange || last->second.exchange->Unread() == 0) continue;
+        GiveBack(last->first);
+        is_full_ = true;
+    }
 }
 
 void HttpSession::Ahead::ClearHost(const HttpExchange& exchange) {
