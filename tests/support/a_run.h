@@ -51,7 +51,8 @@ class ARun : public testing::Test {
 protected:
     ARun()
         : home_("PELLAGO_HOME", folder_.Path().string()),
-          config_("XDG_CONFIG_HOME", folder_.Path().string()) {
+          config_("XDG_CONFIG_HOME", folder_.Path().string()),
+          cache_("XDG_CACHE_HOME", folder_ / "cache") {
         CreateProcessObjects();
         UseErrorDialog([this](const std::string& report, const std::string& /*support_mail*/) {
             reports.push_back(report);
@@ -109,6 +110,7 @@ protected:
     TempDir folder_;
     EnvVar home_;
     EnvVar config_;
+    EnvVar cache_;
     HttpServer server;
     EventList events;
     std::vector<std::string> reports;
