@@ -2,15 +2,11 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "engine/update_run.h"
 #include "store/de1.h"
 
 namespace pellago::bench {
-
-/// A new database at `path`, subscribed to these addresses, a hundred channels to a provider.
-void MakeDatabase(const std::string& path, const std::vector<std::string>& addresses);
 
 /// An engine on that database, as the programs make it.
 class EngineRun final {

@@ -4,12 +4,16 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <list>
 #include <stdexcept>
 
 #include "engine_run.h"
+#include "feed_server.h"
 #include "feeds/channel.h"
 #include "feeds/rss_date_time.h"
 #include "infra/process_objects.h"
+#include "infra/timer.h"
+#include "made_database.h"
 #include "made_feeds.h"
 #include "platform/message_loop.h"
 
@@ -102,6 +106,21 @@ void LoadAndWalkFortyThousandKnownItems(benchmark::State& state) {
     for (auto _ : state) EngineRun(database).Channel(1);
 }
 BENCHMARK(LoadAndWalkFortyThousandKnownItems)->Unit(benchmark::kMillisecond);
+
+/// Nothing pending, in a program with timers and with idle connections to ten hosts.
+void YieldToTheMessageLoop(benchmark::State& state) {
+    struct : iTimer {
+        void iTimer_Fire(std::int32_t) override {}
+    } owner;
+    std::list<cTimer> timers(5);
+    for (auto& timer : timers) timer.start(1000, owner);
+    const FeedServer server(1, 1, 1);
+    clsChannel channel;
+    for (int host = 0; host < 10; ++host)
+        if (!channel.Load(server.Address(host, "/0"))) state.SkipWithError("a feed was not loaded");
+    for (auto _ : state) DoEvents();
+}
+BENCHMARK(YieldToTheMessageLoop)->Unit(benchmark::kNanosecond);
 
 }  // namespace
 }  // namespace pellago::bench
