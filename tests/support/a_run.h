@@ -58,10 +58,18 @@ protected:
             reports.push_back(report);
             return 0;
         });
+        NewDatabase();
+    }
+    ~ARun() override { UseErrorDialog({}); }
+
+    /// An empty one in place of what was there.
+    void NewDatabase() {
+        database.reset();
+        for (const char* name : {"RSS.MDB", "RSS.MDB-wal", "RSS.MDB-shm"})
+            std::filesystem::remove(folder_ / name);
         CreateDatabase(folder_ / "RSS.MDB");
         database = std::make_unique<DE1>(folder_ / "RSS.MDB");
     }
-    ~ARun() override { UseErrorDialog({}); }
 
     void AddProvider(std::int32_t id, const std::string& name_sql, bool active = true) {
         database->CnnRSS()->Execute("INSERT INTO Providers (ID, Provider, Active) VALUES (" +
