@@ -60,7 +60,7 @@ void HttpExchange::NoteHead() {
     head_ = {static_cast<int>(status), url_, Header("Content-Type")};
     head_known_ = true;
     MarkReady();
-    if (status != 200 || !store_ || !store_->cache) return;
+    if (status != 200 || !store_ || !store_->Caches()) return;
     CachedAnswer answer{{Header("ETag"), Header("Last-Modified")},
                         url_,
                         head_.content_type,
@@ -73,7 +73,7 @@ void HttpExchange::NoteRetryTime() {
     if (!store_ || (Status() != 429 && Status() != 503)) return;
     curl_off_t seconds = 0;
     curl_easy_getinfo(easy_, CURLINFO_RETRY_AFTER, &seconds);
-    if (seconds > 0) store_->retry_times.Note(address_, seconds);
+    if (seconds > 0) store_->AskLater(address_, seconds);
 }
 
 void HttpExchange::Deliver() {
@@ -119,7 +119,7 @@ void HttpExchange::TellCached() {
         over_ = true;
         events_.end({});
     } else {
-        store_->cache->Forget(address_);
+        store_->Forget(address_);
         unconditional_ = true;
         StartOver();
     }
@@ -138,12 +138,12 @@ void HttpExchange::BeginKeeping() {
 
 void HttpExchange::Keep() {
     const bool whole = state_ == State::kEnded && end_error_.empty();
-    if (!store_ || !store_->cache || !whole || cached_body_) return;
+    if (!store_ || !store_->Caches() || !whole || cached_body_) return;
     if (packer_) {
-        if (const auto packed = packer_->Finish()) store_->cache->Keep(address_, *cacheable_, *packed);
+        if (const auto packed = packer_->Finish()) store_->Keep(address_, *cacheable_, *packed);
         store_->idle_packer = std::move(packer_);
     } else if (cached_) {
-        store_->cache->Forget(address_);
+        store_->Forget(address_);
     }
 }
 

@@ -109,7 +109,7 @@ void HttpExchange::SetLastingOptions() {
 /// Ends an exchange whose server has asked not to be asked.
 bool HttpExchange::IsSpared() {
     if (!store_ || redirects_ > 0) return false;
-    const auto time = store_->retry_times.NotBefore(address_);
+    const auto time = store_->NotBefore(address_);
     if (!time) return false;
     End("The server has asked not to be asked again before " + LocalTime(*time));
     return true;
@@ -120,7 +120,7 @@ bool HttpExchange::IsConditional() const { return condition_ != nullptr; }
 // Only the address that the answer came from, last time, can say whether it still holds.
 void HttpExchange::SetCondition() {
     condition_.reset();
-    if (store_ && store_->cache && !cached_ && !unconditional_) cached_ = store_->cache->Find(address_);
+    if (store_ && store_->Caches() && !cached_ && !unconditional_) cached_ = store_->Find(address_);
     if (cached_ && !unconditional_ && cached_->url == url_ && cached_->IsUsable() &&
         cached_->fetched <= UnixTime() && UnixTime() - cached_->fetched < kTrustedFor) {
         const auto add = [this](const char* name, const std::string& value) {
@@ -232,13 +232,13 @@ bool HttpExchange::FollowRedirect() {
 
 bool HttpExchange::TakeCached() {
     if (Status() != 304 || !IsConditional()) return false;
-    auto body = store_->cache->PackedBody(address_, *cached_);
+    auto body = store_->PackedBody(address_, *cached_);
     if (!body) {
         unconditional_ = true;
         StartOver();
         return true;
     }
-    store_->cache->Confirm(address_, *cached_, {Header("ETag"), Header("Last-Modified")});
+    store_->Confirm(address_, *cached_, {Header("ETag"), Header("Last-Modified")});
     cached_body_ = std::make_unique<BodyUnpacker>(*std::move(body));
     head_ = {200, url_, cached_->content_type};
     head_known_ = true;

@@ -10,18 +10,10 @@
 
 #include "body_packing.h"
 #include "curl_multi.h"
-#include "http_cache.h"
+#include "http_store.h"
 #include "platform/http_transfer.h"
-#include "retry_times.h"
 
 namespace pellago {
-
-/// What the exchanges of a session keep for later runs.
-struct HttpStore {
-    std::optional<HttpCache> cache;
-    RetryTimes retry_times;
-    std::unique_ptr<BodyPacker> idle_packer{};  ///< one is enough: documents are read one after the other
-};
 
 class HttpExchange;
 

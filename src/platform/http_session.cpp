@@ -21,13 +21,6 @@ constexpr auto kWatchInterval = 250ms;
 // What a body may still bring, so that few have to be given back.
 constexpr std::size_t kUsualBody = std::size_t{256} << 10U;  // bytes
 
-std::shared_ptr<HttpStore> MakeStore(bool with_cache) {
-    const auto folder = JoinPath(UserFolder("XDG_CACHE_HOME", ".cache"), "pellago");
-    auto store = std::make_shared<HttpStore>(HttpStore{std::nullopt, RetryTimes(folder)});
-    if (with_cache) store->cache.emplace(folder, kCacheSize);
-    return store;
-}
-
 }  // namespace
 
 HttpSession::HttpSession(const Settings& settings) : ahead_(std::make_shared<Ahead>(settings)) {}
@@ -36,7 +29,10 @@ HttpSession::~HttpSession() { Cancel(); }
 void HttpSession::Expect(std::vector<std::string> addresses) { ahead_->Expect(std::move(addresses)); }
 void HttpSession::Cancel() { ahead_->Clear(); }
 
-HttpSession::Ahead::Ahead(const Settings& settings) : settings_(settings), store_(MakeStore(settings.cache)) {
+HttpSession::Ahead::Ahead(const Settings& settings)
+    : settings_(settings),
+      store_(std::make_shared<HttpStore>(JoinPath(UserFolder("XDG_CACHE_HOME", ".cache"), "pellago"),
+                                         settings.cache, kCacheSize)) {
     QObject::connect(&watch_, &QTimer::timeout, &watch_, [this]() noexcept { LookAround(); });
 }
 

@@ -5,8 +5,8 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
-#include <vector>
 
+#include "platform/data/connection.h"
 #include "platform/http_session.h"
 #include "platform/xml_document.h"
 #include "support/http_server.h"
@@ -32,15 +32,16 @@ protected:
         return Load(session, server.Url(path));
     }
 
-    /// The files that are kept of addresses.
-    std::vector<std::filesystem::path> Kept() const {
-        std::vector<std::filesystem::path> files;
-        const std::filesystem::path cache = folder / "pellago";
-        if (std::filesystem::exists(cache))
-            for (const auto& entry : std::filesystem::directory_iterator(cache))
-                files.push_back(entry.path());
-        return files;
+    /// Runs a statement on what is kept.
+    Variant Kept(const std::string& sql) const {
+        Connection kept;
+        kept.DataSource(File());
+        return kept.Scalar(sql);
     }
+    int KeptAnswers() const {
+        return std::filesystem::exists(File()) ? CLng(Kept("SELECT count(*) FROM Answers")) : 0;
+    }
+    std::string File() const { return folder / "pellago/http-1.sqlite"; }
 
     TempDir folder;
     EnvVar cache_home{"XDG_CACHE_HOME", folder.Path().string()};
