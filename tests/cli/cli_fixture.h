@@ -59,6 +59,7 @@ protected:
 private:
     EnvVar home_{"PELLAGO_HOME", folder_ / "home"};
     EnvVar config_{"XDG_CONFIG_HOME", folder_ / "config"};
+    EnvVar cache_{"XDG_CACHE_HOME", folder_ / "cache"};
 };
 
 inline std::string Opml(const std::string& outlines) {

@@ -21,11 +21,7 @@ protected:
             Column("SELECT ID || ' ' || Channel || ' ' || Link AS Row FROM Channels ORDER BY ID")};
     }
     void StartAfresh() {
-        database.reset();
-        for (const char* name : {"RSS.MDB", "RSS.MDB-wal", "RSS.MDB-shm"})
-            std::filesystem::remove(folder_ / name);
-        CreateDatabase(folder_ / "RSS.MDB");
-        database = std::make_unique<DE1>(folder_ / "RSS.MDB");
+        NewDatabase();
         Subscribe({"/one.xml", "/two.xml"});
     }
 };

@@ -34,16 +34,17 @@ private:
 
 class LoadingAFeed : public testing::Test {
 protected:
+    test::TempDir folder_;
+    test::EnvVar cache_{"XDG_CACHE_HOME", folder_ / "cache"};
     test::HttpServer server_;
     clsChannel channel_;
 };
 
 TEST_F(LoadingAFeed, TakesWebAddressesFileAddressesAndPaths) {
-    const test::TempDir folder;
-    test::WriteFile(folder / "feed.xml", kFeed);
+    test::WriteFile(folder_ / "feed.xml", kFeed);
     server_.Answer("/feed.xml", {.body = kFeed});
     for (const auto& address :
-         {server_.Url("/feed.xml"), "file://" + folder / "feed.xml", folder / "feed.xml"}) {
+         {server_.Url("/feed.xml"), "file://" + folder_ / "feed.xml", folder_ / "feed.xml"}) {
         clsChannel channel;
         EXPECT_TRUE(channel.Load(address)) << address;
         EXPECT_EQ(channel.Title(), "fresh") << address;

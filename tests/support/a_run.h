@@ -51,16 +51,25 @@ class ARun : public testing::Test {
 protected:
     ARun()
         : home_("PELLAGO_HOME", folder_.Path().string()),
-          config_("XDG_CONFIG_HOME", folder_.Path().string()) {
+          config_("XDG_CONFIG_HOME", folder_.Path().string()),
+          cache_("XDG_CACHE_HOME", folder_ / "cache") {
         CreateProcessObjects();
         UseErrorDialog([this](const std::string& report, const std::string& /*support_mail*/) {
             reports.push_back(report);
             return 0;
         });
+        NewDatabase();
+    }
+    ~ARun() override { UseErrorDialog({}); }
+
+    /// An empty one in place of what was there.
+    void NewDatabase() {
+        database.reset();
+        for (const char* name : {"RSS.MDB", "RSS.MDB-wal", "RSS.MDB-shm"})
+            std::filesystem::remove(folder_ / name);
         CreateDatabase(folder_ / "RSS.MDB");
         database = std::make_unique<DE1>(folder_ / "RSS.MDB");
     }
-    ~ARun() override { UseErrorDialog({}); }
 
     void AddProvider(std::int32_t id, const std::string& name_sql, bool active = true) {
         database->CnnRSS()->Execute("INSERT INTO Providers (ID, Provider, Active) VALUES (" +
@@ -109,6 +118,7 @@ protected:
     TempDir folder_;
     EnvVar home_;
     EnvVar config_;
+    EnvVar cache_;
     HttpServer server;
     EventList events;
     std::vector<std::string> reports;
