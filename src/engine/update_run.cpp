@@ -1,5 +1,8 @@
 #include "engine/update_run.h"
 
+#include <utility>
+#include <vector>
+
 #include "feeds/channel.h"
 #include "infra/errors_to_file.h"
 #include "required.h"
@@ -23,6 +26,20 @@ std::function<Decision()> LogAndGoOn(const char* routine) {
 std::string NameOf(const std::shared_ptr<Recordset>& recordset, std::string_view field) {
     const auto name = Required(recordset).Value(field);
     return IsNull(name) ? "<no name>" : CStr(name);
+}
+
+std::string AddressOf(Recordset& channels) {
+    const auto address = channels.Value("httpRSSFile");
+    return IsNull(address) ? std::string() : CStr(address);
+}
+
+/// What `rows` shows under a filter, without moving it.
+std::unique_ptr<Recordset> SameRows(const Recordset& rows, const std::string& filter) {
+    auto same = std::make_unique<Recordset>(rows.ActiveConnection(), rows.Source());
+    same->Open();
+    same->Filter(filter);
+    same->Sort(rows.Sort());
+    return same;
 }
 
 /// Whether there is a row to go on with. A recordset that fails has none, so that no walk can go on for ever.
@@ -114,7 +131,28 @@ void CDBUpdate::Update() {
     });
 }
 
+// What cannot be read here is fetched when its turn has come, and fails there if it must.
+void CDBUpdate::ReadAhead() {
+    IgnoringErrors([&](Statements& run) {
+        std::vector<std::string> addresses;
+        run([&] {
+            const auto providers = SameRows(Required(providers_), providers_->Filter());
+            for (; !providers->Eof(); providers->MoveNext()) {
+                const auto channels =
+                    SameRows(Required(channels_), ChannelFilter(CLng(providers->Value("ID"))));
+                for (; !channels->Eof(); channels->MoveNext()) addresses.push_back(AddressOf(*channels));
+            }
+        });
+        run([&] { loader_->ReadAhead(std::move(addresses)); });
+    });
+}
+
+std::string CDBUpdate::ChannelFilter(std::int32_t provider_id) const {
+    return "Provider = " + std::to_string(provider_id) + (only_active_ ? " AND Active = True" : "");
+}
+
 void CDBUpdate::WalkProviders(Statements& run, std::int32_t count) {
+    ReadAhead();
     run([&] { Required(providers_).MoveFirst(); });
     for (std::int32_t index = 1; HasRow(run, providers_); ++index) {
         run([&] { events_.OnProvider(NameOf(providers_, "Provider"), index, count); });
@@ -137,6 +175,7 @@ void CDBUpdate::UpdateOnlyOneProvider(std::int32_t provider_id) {
         if (run([&] { return Required(providers_).RecordCount(); }) == 0) {
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         } else {
+            ReadAhead();
             run([&] { events_.OnProvider(NameOf(providers_, "Provider"), 1, 1); });
             run([&] { UpdateProvider(CLng(Required(providers_).Value("ID"))); });
         }
@@ -146,10 +185,7 @@ void CDBUpdate::UpdateOnlyOneProvider(std::int32_t provider_id) {
 
 void CDBUpdate::UpdateProvider(std::int32_t provider_id) {
     Guarded("Corvane.CDBUpdate.UpdateProvider", [&](Statements& run) {
-        run([&] {
-            Required(channels_).Filter("Provider = " + std::to_string(provider_id) +
-                                       (only_active_ ? " AND Active = True" : ""));
-        });
+        run([&] { Required(channels_).Filter(ChannelFilter(provider_id)); });
         const auto count = run([&] { return Required(channels_).RecordCount(); });
         if (count == 0) return;
         run([&] { Required(channels_).MoveFirst(); });
@@ -176,10 +212,7 @@ void CDBUpdate::UpdateOnlyOneChannel(std::int32_t channel_id) {
 void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index, std::int32_t count) {
     const auto name = run([&] { return NameOf(channels_, "Channel"); });
     const auto id = run([&] { return CLng(Required(channels_).Value("ID")); });
-    const auto address = run([&] {
-        const auto value = Required(channels_).Value("httpRSSFile");
-        return IsNull(value) ? std::string() : CStr(value);
-    });
+    const auto address = run([&] { return AddressOf(Required(channels_)); });
     run([&] { events_.OnChannel(name, index, count); });
     if (kind == RunKind::kProvider) {
         run([&] { events_.OnItemProgress(0); });

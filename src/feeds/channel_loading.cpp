@@ -1,19 +1,48 @@
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
 #include "feeds/channel.h"
+#include "infra/app_settings.h"
 #include "infra/guarded_routine.h"
+#include "infra/process_objects.h"
 #include "platform/message_loop.h"
 #include "platform/text.h"
 
 namespace pellago {
 namespace {
 
-constexpr std::int32_t kTimeOut = 60'000;  // milliseconds
+constexpr std::chrono::milliseconds kTimeOut{60'000};
 constexpr std::int32_t kArriving = 1;
 constexpr std::int32_t kComplete = 4;
+constexpr std::int32_t kMostAhead = 256;  // transfers: each takes a descriptor
+
+HttpSession::Settings SessionSettings() {
+    HttpSession::Settings settings{.time_out = kTimeOut};
+    const auto setting = [](const char* name, std::int32_t otherwise) {
+        return gAppSettings ? CLng(gAppSettings->GetSetting("Settings", name, Variant(otherwise)))
+                            : otherwise;
+    };
+    IgnoringErrors([&](Statements& run) {
+        run([&] {
+            settings.read_ahead = std::clamp(setting("ReadAhead", settings.read_ahead), 0, kMostAhead);
+        });
+        run([&] { settings.cache = setting("HttpCache", 1) != 0; });
+    });
+    return settings;
+}
 
 }  // namespace
 
 clsChannel::clsChannel() = default;
 clsChannel::~clsChannel() = default;
+
+HttpSession& clsChannel::Session() {
+    if (!session_) session_ = std::make_unique<HttpSession>(SessionSettings());
+    return *session_;
+}
+
+void clsChannel::ReadAhead(std::vector<std::string> addresses) { Session().Expect(std::move(addresses)); }
 
 bool clsChannel::Load(const std::string& address) {
     bool loaded = false;
@@ -30,10 +59,9 @@ bool clsChannel::Load(const std::string& address) {
 }
 
 bool clsChannel::LoadDocument(const std::string& address) {
-    document_ = std::make_unique<XmlDocument>();
-    timer_ = std::make_unique<cTimer>();
-    timer_->start(kTimeOut, *this);
+    document_ = std::make_unique<XmlDocument>(&Session());
     document_->Load(address);
+    StartTimer();
     load_cancelled_ = false;
     timed_out_ = false;
     while (document_->ReadyState() != kComplete && !load_cancelled_) WaitForEvents();
@@ -48,6 +76,13 @@ bool clsChannel::LoadDocument(const std::string& address) {
     }
     ParseDocument(*document_);
     return true;
+}
+
+// What was fetched ahead has had some of its time already.
+void clsChannel::StartTimer() {
+    const auto left = std::max(kTimeOut - document_->TimeSpent(), std::chrono::milliseconds(1));
+    timer_ = std::make_unique<cTimer>();
+    timer_->start(static_cast<std::int32_t>(left.count()), *this);
 }
 
 void clsChannel::ParseDocument(const XmlDocument& document) {
@@ -79,6 +114,9 @@ void clsChannel::CancelLoading() {
             if (document_ && document_->ReadyState() == kArriving) document_->Abort();
         });
         run([&] { timer_.reset(); });
+        run([&] {
+            if (session_) session_->Cancel();
+        });
     });
 }
 

@@ -85,9 +85,11 @@ CurlMulti::~CurlMulti() {
     close(epoll_);
 }
 
-void CurlMulti::Add(CurlClient& client) {
-    if (curl_multi_add_handle(multi_, client.Handle()) != CURLM_OK) Fail("The transfer cannot be started");
+bool CurlMulti::Add(CurlClient& client) {
+    curl_easy_setopt(client.Handle(), CURLOPT_SHARE, share_);
+    if (curl_multi_add_handle(multi_, client.Handle()) != CURLM_OK) return false;
     active_.insert(&client);
+    return true;
 }
 
 void CurlMulti::Remove(CurlClient& client) {

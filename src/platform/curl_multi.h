@@ -34,7 +34,8 @@ public:
     explicit CurlMulti(QObject* application);
     ~CurlMulti() override;
 
-    void Add(CurlClient& client);
+    /// False when the library does not take it.
+    bool Add(CurlClient& client);
     void Remove(CurlClient& client);
 
     /// Notes that the client has something to deliver; libcurl's callbacks say it, and delivery follows when
@@ -42,8 +43,6 @@ public:
     void MarkReady(std::weak_ptr<CurlClient> client);
     /// Has a client that was marked outside libcurl delivered from the loop.
     void DeliverSoon();
-
-    CURLSH* Share() const { return share_; }
 
 private:
     void WatchSocket(curl_socket_t socket, int what);

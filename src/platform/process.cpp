@@ -73,6 +73,8 @@ std::string ProgramVersionText() {
     return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(revision);
 }
 
+std::string ProgramHomePage() { return PELLAGO_HOME_PAGE; }
+
 std::string ProgramDescription() { return PELLAGO_DESCRIPTION; }
 
 std::string JoinPath(const std::string& folder, const std::string& name) {

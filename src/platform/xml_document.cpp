@@ -80,6 +80,8 @@ private:
 }  // namespace
 
 struct XmlDocument::Loading {
+    explicit Loading(HttpSession* with) : session(with) {}
+
     void Start(const std::string& address) {
         auto [kind, location] = ParseAddress(address);
         if (kind == DocumentAddress::Kind::kHttp) {
@@ -102,6 +104,10 @@ struct XmlDocument::Loading {
         file.reset();
     }
 
+    std::chrono::milliseconds TimeSpent() const {
+        return transfer ? transfer->TimeSpent() : std::chrono::milliseconds::zero();
+    }
+
     std::int32_t state = kUninitialised;
     XmlParseError error;
     XmlTree tree;
@@ -117,12 +123,14 @@ private:
 
     void Fetch(const std::string& url) {
         transfer = std::make_unique<HttpTransfer>(
-            url, HttpEvents{.head = [this](const HttpHead& head) { Begin(Charset(head.content_type)); },
-                            .body = [this](std::string_view bytes) { Feed(bytes); },
-                            .end =
-                                [this](const std::string& failure) {
-                                    failure.empty() ? Received() : Complete({kNotLoaded, failure});
-                                }});
+            url,
+            HttpEvents{.head = [this](const HttpHead& head) { Begin(Charset(head.content_type)); },
+                       .body = [this](std::string_view bytes) { Feed(bytes); },
+                       .end =
+                           [this](const std::string& failure) {
+                               failure.empty() ? Received() : Complete({kNotLoaded, failure});
+                           }},
+            session);
     }
 
     void OpenFile(const std::string& path) {
@@ -160,7 +168,6 @@ private:
     // The closing parse has an event of its own, so that an owner that waits sees the states in between.
     void Received() {
         state = kLoaded;
-        transfer.reset();
         file.reset();
         Later([this] {
             state = kParsing;
@@ -170,9 +177,11 @@ private:
 
     void Close() {
         tree = parser->Finish();
+        if (tree && transfer) transfer->Keep();
         Complete(XmlParseError(parser->Error()));
     }
 
+    HttpSession* session;
     std::unique_ptr<HttpTransfer> transfer;
     std::unique_ptr<InputFile> file;
     std::size_t file_size = 0;
@@ -180,7 +189,7 @@ private:
     std::shared_ptr<const std::function<void()>> pending;
 };
 
-XmlDocument::XmlDocument() : loading_(std::make_unique<Loading>()) {}
+XmlDocument::XmlDocument(HttpSession* session) : loading_(std::make_unique<Loading>(session)) {}
 XmlDocument::~XmlDocument() = default;
 
 void XmlDocument::Load(const std::string& address) {
@@ -195,6 +204,8 @@ void XmlDocument::Abort() {
     if (loading_->state != kUninitialised && loading_->state != kComplete)
         loading_->Complete({kAborted, "The load was aborted"});
 }
+
+std::chrono::milliseconds XmlDocument::TimeSpent() const { return loading_->TimeSpent(); }
 
 const XmlParseError& XmlDocument::ParseError() const { return loading_->error; }
 

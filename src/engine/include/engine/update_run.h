@@ -94,6 +94,8 @@ public:
 private:
     void iTimer_Fire(std::int32_t lElapsedMS) override;
 
+    void ReadAhead();
+    std::string ChannelFilter(std::int32_t provider_id) const;
     void WalkProviders(Statements& run, std::int32_t count);
     void UpdateProvider(std::int32_t provider_id);
     enum class RunKind { kProvider, kOneChannel };

@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "feeds/items.h"
 #include "infra/timer.h"
 #include "platform/date_time.h"
+#include "platform/http_session.h"
 #include "platform/xml_document.h"
 
 namespace pellago {
@@ -41,6 +43,10 @@ public:
     const std::string& imageURL() const { return image_url_; }
     void imageURL(const std::string& url) { image_url_ = url; }
 
+    /// The addresses that Load will be called with, in this order: their feeds are fetched ahead, as many at
+    /// once as setting "ReadAhead" allows. Cancelling ends that.
+    void ReadAhead(std::vector<std::string> addresses);
+
     /// Fetches and reads the feed at an address, running the message loop meanwhile. True when a well-formed
     /// document arrived within 60 seconds and nobody cancelled; a document of an unknown format has no items.
     /// False leaves the channel as it was. One load at a time.
@@ -62,6 +68,8 @@ private:
     struct Paths;
     using ItemLoader = void (ClsItem::*)(const XmlNode&);
 
+    HttpSession& Session();
+    void StartTimer();
     bool LoadDocument(const std::string& address);
     void ParseDocument(const XmlDocument& document);
     void ReadFields(const XmlNode& channel, const Paths& paths);
@@ -82,6 +90,7 @@ private:
     bool load_cancelled_ = false;
     bool timed_out_ = false;
     std::string load_error_;
+    std::unique_ptr<HttpSession> session_;  ///< made when it is first needed
     std::unique_ptr<XmlDocument> document_;
     std::unique_ptr<cTimer> timer_;
 };

@@ -21,6 +21,9 @@ std::string ProgramName();
 /// What the program is for, in one line.
 std::string ProgramDescription();
 
+/// Where its users find out more.
+std::string ProgramHomePage();
+
 /// The process's arguments, without the program's path, with a blank between each two.
 std::string CommandLineText();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -8,6 +9,8 @@
 #include <vector>
 
 namespace pellago {
+
+class HttpSession;
 
 /// An element or attribute of a loaded document; valid as long as the document is.
 /// Names are compared as written, prefix included; a default namespace changes nothing.
@@ -41,7 +44,8 @@ struct XmlParseError {
 /// address or a plain path.
 class XmlDocument final {
 public:
-    XmlDocument();
+    /// With a session, which must outlive the document, what that has read ahead is taken over.
+    explicit XmlDocument(HttpSession* session = nullptr);
     ~XmlDocument();
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
@@ -56,6 +60,9 @@ public:
 
     /// Ends a pending load at once, from wherever it is called; the state is then 4, the parse error not 0.
     void Abort();
+
+    /// How long the network has taken so far, also before this document asked for it; zero once it is done.
+    std::chrono::milliseconds TimeSpent() const;
 
     const XmlParseError& ParseError() const;
 

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct ZSTD_CCtx_s;
+struct ZSTD_DCtx_s;
+
+namespace pellago {
+
+/// Packs one body after the other, each as a Zstandard frame with a checksum (RFC 8878).
+class BodyPacker final {
+public:
+    BodyPacker();
+    ~BodyPacker();
+    BodyPacker(const BodyPacker&) = delete;
+    BodyPacker& operator=(const BodyPacker&) = delete;
+
+    /// Begins a new body, whatever became of the last.
+    void Begin();
+    void Add(std::string_view bytes);
+    /// The packed body; nothing when the library failed.
+    std::optional<std::string> Finish();
+
+private:
+    void Pack(std::string_view bytes, bool is_last);
+
+    ZSTD_CCtx_s* context_;
+    std::string packed_;
+    bool failed_ = false;
+};
+
+/// Unpacks what BodyPacker made, piece by piece.
+class BodyUnpacker final {
+public:
+    explicit BodyUnpacker(std::string packed);
+    ~BodyUnpacker();
+    BodyUnpacker(const BodyUnpacker&) = delete;
+    BodyUnpacker& operator=(const BodyUnpacker&) = delete;
+
+    /// The next piece, valid until the next call; empty at the end, and where the rest is damaged.
+    std::string_view Next();
+    /// After the last piece: everything was there as it was packed.
+    bool IsWhole() const { return whole_; }
+
+private:
+    ZSTD_DCtx_s* context_;
+    std::string packed_;
+    std::size_t read_ = 0;
+    std::unique_ptr<char[]> piece_;
+    bool whole_ = false;
+};
+
+}  // namespace pellago

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QTimer>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "http_exchange.h"
+#include "platform/http_session.h"
+
+namespace pellago {
+
+/// What a session has read ahead and is going to. The places of addresses in the order of the run are the
+/// keys.
+class HttpSession::Ahead final : public ExchangeObserver, public std::enable_shared_from_this<Ahead> {
+public:
+    explicit Ahead(const Settings& settings);
+
+    void Expect(std::vector<std::string> addresses);
+    void Clear();
+    /// The exchange with that address, begun or not.
+    std::shared_ptr<HttpExchange> Take(const std::string& address);
+    /// Begins what may be begun now.
+    void Pump();
+
+    void Changed(HttpExchange& exchange) override;
+    void Entered(HttpExchange& exchange) override;
+    void Left(HttpExchange& exchange) override;
+    bool MayKeepConnection(const HttpExchange& exchange) const override;
+
+private:
+    using Place = std::size_t;
+    struct Expected {
+        std::string address;
+        std::shared_ptr<HttpExchange> exchange{};  ///< null: not begun
+    };
+
+    std::shared_ptr<HttpExchange> Make(const std::string& address);
+    static std::string OriginOf(const Expected& expected);
+    void DropFirst();
+    bool MayBegin() const;
+    bool IsWaitedFor() const;
+    bool HasRoom(const std::string& origin) const;
+    std::optional<Place> NextToBegin();
+    void Begin(Place place);
+    void GiveBack(Place place);
+    void GiveBackUnread();
+    void ClearHost(const HttpExchange& exchange);
+    void LookAround();
+
+    Settings settings_;
+    std::shared_ptr<HttpStore> store_;
+    std::map<Place, Expected> expected_;
+    std::set<Place> next_;                              ///< to be begun
+    std::map<std::string, std::set<Place>> held_back_;  ///< by origin: to be begun when the host has room
+    std::set<HttpExchange*> running_;
+    std::set<std::string> one_at_a_time_;  ///< origins that refuse several requests at once
+    std::weak_ptr<HttpExchange> taken_;    ///< the last
+    QTimer watch_;                         ///< sees what happens by time alone
+    std::size_t begun_ = 0;                ///< of what is expected
+};
+
+}  // namespace pellago
