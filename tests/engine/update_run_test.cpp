@@ -146,6 +146,33 @@ TEST_F(ARun, HoldsNoLockWhileItWaitsForTheNetwork) {
     EXPECT_THAT(Titles(), ElementsAre("a", "b"));
 }
 
+// Texts with values in them would be prepared anew for each channel.
+TEST_F(ARun, RunsTheSameStatementsForEveryChannelInFewTransactions) {
+    std::string items;
+    for (int item = 0; item < 200; ++item)
+        items += Item("t" + std::to_string(item), "l/" + std::to_string(item));
+    server.Answer("/many", {.body = Feed(items)});
+    for (const int id : {1, 2}) {
+        AddProvider(id, "'p'");
+        AddChannel(id, id, server.Url("/many"));
+    }
+    std::map<std::string, int> runs;
+    database->CnnRSS()->OnStatement([&](std::string_view sql) { ++runs[std::string(sql)]; });
+    const auto texts_of_provider = [&](std::int32_t id) {
+        runs.clear();
+        Engine()->UpdateOnlyOneProvider(id);
+        // One is that of the engine's start.
+        EXPECT_THAT(runs["COMMIT"], testing::AllOf(testing::Ge(2), testing::Le(20)));
+        std::vector<std::string> texts;
+        for (const auto& run : runs) texts.push_back(run.first);
+        return texts;
+    };
+    const auto texts = texts_of_provider(1);
+    EXPECT_THAT(texts, SizeIs(testing::Gt(8)));
+    EXPECT_EQ(texts_of_provider(2), texts);
+    database->CnnRSS()->OnStatement({});
+}
+
 TEST_F(ARun, WithoutRecordsetsFailsStatementByStatementAndEnds) {
     gErrorsToFile = true;
     CDBUpdate engine(events);
