@@ -11,9 +11,11 @@ namespace pellago::cli {
 namespace {
 
 // By key from the last row seen, so that neither the age of the log nor the length of the run counts.
+// The few rows after the last known one, by their key: without the "+" the index on channels would be taken,
+// and all rows of the channel be read.
 constexpr const char* kNewRows =
     "SELECT id, Result, NewItems, Error FROM DownloadLog WHERE id > @After AND Session = @Session AND "
-    "Channel = @Channel ORDER BY id";
+    "+Channel = @Channel ORDER BY id";
 
 Recordset& Sessions(const DE1& database) { return *database.Recordsets("rsDownloadSessions"); }
 

@@ -19,7 +19,7 @@ constexpr auto kSilence = 1s;
 constexpr auto kWatchInterval = 250ms;
 
 // What a body may still bring, so that few have to be given back.
-constexpr std::size_t kUsualBody = std::size_t{256} << 10U;  // bytes
+constexpr std::size_t kUsualBody = std::size_t{64} << 10U;  // bytes
 
 }  // namespace
 
@@ -108,8 +108,9 @@ bool HttpSession::Ahead::MayBegin() const {
     const auto now = HttpExchange::Clock::now();
     const auto silent = static_cast<std::size_t>(std::ranges::count_if(
         running_, [&](const auto* exchange) { return now - exchange->LastHeard() > kSilence; }));
-    if (running_.size() - silent >= most || silent > most) return false;
-    if (is_full_ || unread + running_.size() * kUsualBody > kMaxUnread) return false;
+    const auto moving = running_.size() - silent;
+    if (moving >= most || silent > most) return false;
+    if (is_full_ || unread + moving * kUsualBody > kMaxUnread) return false;
     return begun_ < most || IsWaitedFor();
 }
 

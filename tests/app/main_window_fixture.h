@@ -40,6 +40,8 @@ protected:
         // Priorities go down and never up again: the others of this process would have to live with it.
         Setting("ProcessPriority", "3");
         Setting("AutoUpdate", "0");
+        // The tests see how far a run is by what its server is asked for.
+        Setting("ReadAhead", "0");
     }
     ~AMainWindow() override {
         KillTimer(watch);
