@@ -32,7 +32,7 @@ public:
     /// For programs that `run` starts: with this value of a setting that otherwise has its default.
     static Cost With(const std::string& setting, const std::string& value, const std::function<Cost()>& run);
 
-    /// Takes the place of the database before; what was cached is gone.
+    /// A database that takes the place of the one before, and an empty cache.
     void Subscribe(const std::vector<std::string>& addresses);
     Connection& Database() { return *database_; }
     /// Throws unless so many items are stored.

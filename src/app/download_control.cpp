@@ -148,10 +148,8 @@ void frmMain::ResetProgress(const std::string& text) {
     provider_->Line("Provider:");
     channel_->Line("Channel:");
     if (!text.empty()) item_->Line(text);
-    for (auto* display : {provider_.get(), channel_.get(), item_.get()}) {
-        display->Progress(0, kNothingDone);
-        display->Flush();
-    }
+    for (auto* display : {provider_.get(), channel_.get(), item_.get()}) display->Progress(0, kNothingDone);
+    pace_->Flush();
 }
 
 // The list is taken away first: a click on the balloon must not bring up the dialog a second time.

@@ -50,11 +50,15 @@ frmMain::frmMain(std::function<void()> gone)
       gone_(std::move(gone)),
       icon_(LoadIcon("pellago")),
       controls_(std::make_unique<MainWindowControls>(*this)),
+      pace_(std::make_unique<DisplayPace>([this] {
+          for (auto* display : {provider_.get(), channel_.get(), item_.get()}) display->Show();
+      })),
       provider_(std::make_unique<ProgressDisplay>(*controls_->elaProviderStatusCaption,
-                                                  *controls_->elaProviderStatusProgress)),
+                                                  *controls_->elaProviderStatusProgress, *pace_)),
       channel_(std::make_unique<ProgressDisplay>(*controls_->elaChannelStatusCaption,
-                                                 *controls_->elaChannelStatusProgress)),
-      item_(std::make_unique<ProgressDisplay>(*controls_->elaItemCaption, *controls_->elaItemProgress)) {
+                                                 *controls_->elaChannelStatusProgress, *pace_)),
+      item_(std::make_unique<ProgressDisplay>(*controls_->elaItemCaption, *controls_->elaItemProgress,
+                                              *pace_)) {
     setWindowTitle(QStringLiteral("Pellago"));
     ResetProgress("Download:");
     ConnectControls();

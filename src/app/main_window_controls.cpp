@@ -42,7 +42,7 @@ QCheckBox* CheckBox(const char* name, const QString& caption, bool checked) {
 
 struct ProgressFrame {
     QGroupBox* frame;
-    QLabel* line;
+    StatusPanel* line;
     QProgressBar* bar;
 };
 

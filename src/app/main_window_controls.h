@@ -18,6 +18,7 @@ class QWidget;
 namespace pellago {
 
 class Form;
+class StatusPanel;
 
 /// The controls of the main window, under the names that they have there. All are owned by the window.
 struct MainWindowControls {
@@ -28,13 +29,13 @@ struct MainWindowControls {
 
     // Download
     QGroupBox* fraProviders;
-    QLabel* elaProviderStatusCaption;
+    StatusPanel* elaProviderStatusCaption;
     QProgressBar* elaProviderStatusProgress;
     QGroupBox* fraChannels;
-    QLabel* elaChannelStatusCaption;
+    StatusPanel* elaChannelStatusCaption;
     QProgressBar* elaChannelStatusProgress;
     QGroupBox* fraItem;
-    QLabel* elaItemCaption;
+    StatusPanel* elaItemCaption;
     QProgressBar* elaItemProgress;
     QPushButton* cmdUpdate;
     QPushButton* cmdStop;

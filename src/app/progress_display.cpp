@@ -1,7 +1,9 @@
 #include "progress_display.h"
 
-#include <QLabel>
 #include <QProgressBar>
+#include <utility>
+
+#include "status_panel.h"
 
 namespace pellago {
 namespace {
@@ -10,35 +12,42 @@ constexpr int kPauseMs = 40;
 
 }  // namespace
 
-ProgressDisplay::ProgressDisplay(QLabel& line, QProgressBar& bar) : line_(line), bar_(bar) {
+DisplayPace::DisplayPace(std::function<void()> show) : show_(std::move(show)) {
     pause_.setSingleShot(true);
     pause_.setInterval(kPauseMs);
     QObject::connect(&pause_, &QTimer::timeout, &pause_, [this] { Flush(); });
 }
 
+void DisplayPace::Changed() {
+    if (!pause_.isActive()) pause_.start();
+}
+
+void DisplayPace::Flush() {
+    pause_.stop();
+    show_();
+}
+
+ProgressDisplay::ProgressDisplay(StatusPanel& line, QProgressBar& bar, DisplayPace& pace)
+    : line_(line), bar_(bar), pace_(pace) {}
+
 void ProgressDisplay::Line(const std::string& text) {
     text_ = text;
-    Changed();
+    pace_.Changed();
 }
 
 void ProgressDisplay::Progress(std::int32_t fill, const std::string& caption) {
     fill_ = fill;
     caption_ = caption;
-    Changed();
+    pace_.Changed();
 }
 
-void ProgressDisplay::Changed() {
-    changed_ = true;
-    if (!pause_.isActive()) Flush();
-}
-
-void ProgressDisplay::Flush() {
-    if (!changed_) return;
-    changed_ = false;
-    pause_.start();
-    line_.setText(QString::fromStdString(text_));
+void ProgressDisplay::Show() {
+    line_.Line(QString::fromStdString(text_));
+    // A bar paints a new value at once, beside the window's own turn.
+    bar_.setUpdatesEnabled(false);
     bar_.setFormat(QString::fromStdString(caption_));
     bar_.setValue(fill_);
+    bar_.setUpdatesEnabled(true);
 }
 
 }  // namespace pellago

@@ -2,19 +2,40 @@
 
 #include <QTimer>
 #include <cstdint>
+#include <functional>
 #include <string>
 
-class QLabel;
 class QProgressBar;
 
 namespace pellago {
 
+class StatusPanel;
+
+/// When the displays of a window show what has come: all of them together, so that the window is painted once
+/// for it, and at most 25 times a second.
+class DisplayPace final {
+public:
+    /// `show` has every display of the window show itself.
+    explicit DisplayPace(std::function<void()> show);
+    DisplayPace(const DisplayPace&) = delete;
+    DisplayPace& operator=(const DisplayPace&) = delete;
+
+    /// Something is to be shown; it is 40 ms later, with what changes until then.
+    void Changed();
+    /// Shows it now.
+    void Flush();
+
+private:
+    std::function<void()> show_;
+    QTimer pause_;  ///< runs while something is to be shown
+};
+
 /// A line of text and a bar below it with a caption of its own. A run may change them some ten thousand times
-/// a second: at most 25 of these changes are shown, and always the last one.
+/// a second: the pace says which of these changes are shown, and the last one always is.
 class ProgressDisplay final {
 public:
-    /// Both must outlive the display.
-    ProgressDisplay(QLabel& line, QProgressBar& bar);
+    /// All must outlive the display.
+    ProgressDisplay(StatusPanel& line, QProgressBar& bar, DisplayPace& pace);
     ProgressDisplay(const ProgressDisplay&) = delete;
     ProgressDisplay& operator=(const ProgressDisplay&) = delete;
 
@@ -23,19 +44,16 @@ public:
     void Progress(std::int32_t fill, const std::string& caption);
     const std::string& Caption() const { return caption_; }
 
-    /// Shows what has not been shown yet.
-    void Flush();
+    /// For the pace.
+    void Show();
 
 private:
-    void Changed();
-
-    QLabel& line_;
+    StatusPanel& line_;
     QProgressBar& bar_;
+    DisplayPace& pace_;
     std::string text_;
     std::int32_t fill_ = 0;
     std::string caption_;
-    QTimer pause_;  ///< runs while the last change is too fresh for another
-    bool changed_ = false;
 };
 
 }  // namespace pellago

@@ -5,12 +5,16 @@
 
 namespace pellago {
 
-StatusPanel::StatusPanel(const QString& text, QWidget* parent) : QLabel(text, parent) {
-    setTextFormat(Qt::PlainText);
+StatusPanel::StatusPanel(const QString& line, QWidget* parent) : QLabel(parent) {
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    Line(line);
 }
 
-// Not the text's: a layout is computed anew each time that one changes.
+void StatusPanel::Line(const QString& line) {
+    setAccessibleName(line);
+    update();
+}
+
 QSize StatusPanel::sizeHint() const { return {0, fontMetrics().height()}; }
 
 QSize StatusPanel::minimumSizeHint() const { return sizeHint(); }
@@ -18,7 +22,7 @@ QSize StatusPanel::minimumSizeHint() const { return sizeHint(); }
 void StatusPanel::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     // Titles may hold line breaks.
-    const auto line = fontMetrics().elidedText(text().simplified(), Qt::ElideRight, width());
+    const auto line = fontMetrics().elidedText(accessibleName().simplified(), Qt::ElideRight, width());
     style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, palette(),
                           isEnabled(), line, foregroundRole());
 }

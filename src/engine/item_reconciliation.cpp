@@ -29,11 +29,11 @@ std::int32_t Percent(std::size_t position, std::size_t count) {
 
 void CDBUpdate::StoreChannelItems(std::int32_t channel_id) {
     const auto items = loader_->Items().NewEnum();
-    std::string description;
+    const ClsItem* current = nullptr;
     const auto log_and_go_on = [&] {
         if (gErrorsToFile)
             WriteErrorsLog("CDBUpdate_UpdateItems: " + Err().description + " in " +
-                           std::to_string(Err().line) + " " + description);
+                           std::to_string(Err().line) + " " + (current ? current->Description() : ""));
         WriteDownloadLog(channel_id, result_code::kStoringFailed, true, 0, 0);
         return Decision::kIgnore;
     };
@@ -41,7 +41,7 @@ void CDBUpdate::StoreChannelItems(std::int32_t channel_id) {
         std::int32_t added = 0;
         std::size_t position = 1;
         for (const auto& item : items) {
-            description = item->Description();
+            current = item.get();
             if (StoreItem(run, channel_id, *item)) ++added;
             run([&] { DoEvents(); });
             run([&] { events_.OnStatusText("Storing: " + item->Title()); });

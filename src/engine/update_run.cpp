@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "feeds/channel.h"
+#include "infra/error_handler.h"
 #include "infra/errors_to_file.h"
+#include "infra/process_objects.h"
 #include "required.h"
 
 namespace pellago {
@@ -221,6 +223,7 @@ void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index,
     if (run([&] { return loader_->Load(address); })) {
         KeepFeed(run, id);
     } else {
+        run([&] { gErrorHandler->Trace("Not loaded: " + address + ": " + LoadError()); });
         run([&] { WriteDownloadLog(id, result_code::kNotLoaded, true, 0, 0); });
         if (kind == RunKind::kProvider)
             run([&] { events_.OnChannelError(address, id, name, "Download error"); });

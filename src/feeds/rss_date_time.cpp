@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <charconv>
 #include <optional>
 #include <string>
 #include <utility>
@@ -69,6 +70,13 @@ std::int32_t NumericOffset(std::string_view zone, std::size_t hours_from_end) {
     return zone.front() == '-' ? -offset : offset;
 }
 
+/// Of a part that the patterns let through with at most four digits.
+int Number(std::string_view digits) {
+    int number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number;
+}
+
 int Widened(int year) {
     if (year >= 100) return year;
     return year <= 32 ? year + 2000 : year + 1900;
@@ -126,21 +134,19 @@ bool CRSSDateTime::SetFromRFC822(const Parts& parts) {
     }
     const auto offset = parts.numeric_zone.empty() ? LookUp(kZones, parts.zone_word).value_or(0)
                                                    : NumericOffset(parts.numeric_zone, 4);
-    Store(parts, Widened(LongFromText(parts.year)), *month, offset);
+    Store(parts, Widened(Number(parts.year)), *month, offset);
     return true;
 }
 
 bool CRSSDateTime::SetFromISO8601(const Parts& parts) {
     const bool is_utc = !parts.zone_word.empty() || parts.numeric_zone.empty();
-    Store(parts, LongFromText(parts.year), LongFromText(parts.month),
-          is_utc ? 0 : NumericOffset(parts.numeric_zone, 5));
+    Store(parts, Number(parts.year), Number(parts.month), is_utc ? 0 : NumericOffset(parts.numeric_zone, 5));
     return true;
 }
 
 void CRSSDateTime::Store(const Parts& parts, int year, int month, std::int32_t offset) {
-    const auto second = IsNumeric(parts.second) ? LongFromText(parts.second) : 0;
-    utc_ = ComposeDate(year, month, LongFromText(parts.day), LongFromText(parts.hour),
-                       LongFromText(parts.minute), second)
+    utc_ = ComposeDate(year, month, Number(parts.day), Number(parts.hour), Number(parts.minute),
+                       Number(parts.second))
                .AddMinutes(-offset);
 }
 

@@ -46,9 +46,15 @@ void BodyPacker::Pack(std::string_view bytes, bool is_last) {
     }
 }
 
-BodyUnpacker::BodyUnpacker(std::string packed)
-    : context_(ZSTD_createDCtx()), packed_(std::move(packed)), piece_(std::make_unique<char[]>(kPiece)) {}
+BodyUnpacker::BodyUnpacker() : context_(ZSTD_createDCtx()), piece_(std::make_unique<char[]>(kPiece)) {}
 BodyUnpacker::~BodyUnpacker() { ZSTD_freeDCtx(context_); }
+
+void BodyUnpacker::Begin(std::string packed) {
+    ZSTD_DCtx_reset(context_, ZSTD_reset_session_only);
+    packed_ = std::move(packed);
+    read_ = 0;
+    whole_ = false;
+}
 
 std::string_view BodyUnpacker::Next() {
     if (whole_) return {};

@@ -33,14 +33,16 @@ private:
     bool failed_ = false;
 };
 
-/// Unpacks what BodyPacker made, piece by piece.
+/// Unpacks what BodyPacker made, one body after the other, piece by piece.
 class BodyUnpacker final {
 public:
-    explicit BodyUnpacker(std::string packed);
+    BodyUnpacker();
     ~BodyUnpacker();
     BodyUnpacker(const BodyUnpacker&) = delete;
     BodyUnpacker& operator=(const BodyUnpacker&) = delete;
 
+    /// Begins a new body, whatever became of the last.
+    void Begin(std::string packed);
     /// The next piece, valid until the next call; empty at the end, and where the rest is damaged.
     std::string_view Next();
     /// After the last piece: everything was there as it was packed.

@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
 #include <memory>
 #include <utility>
@@ -113,11 +112,17 @@ void ReplaceClock(std::function<DateTime()> clock) { Clock() = std::move(clock);
 
 std::string ColumnText(DateTime date) {
     const auto parts = BrokenDown(date);
-    std::array<char, 32> text{};
-    const auto length =
-        std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", parts.tm_year + 1900,
-                      parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
-    return {text.data(), static_cast<std::size_t>(length)};
+    std::string text = "0000-00-00 00:00:00";
+    const auto put = [&](std::size_t end, int number) {
+        for (; number > 0; number /= 10) text[--end] = static_cast<char>('0' + number % 10);
+    };
+    put(4, parts.tm_year + 1900);
+    put(7, parts.tm_mon + 1);
+    put(10, parts.tm_mday);
+    put(13, parts.tm_hour);
+    put(16, parts.tm_min);
+    put(19, parts.tm_sec);
+    return text;
 }
 
 std::optional<DateTime> FromColumnText(std::string_view text) {

@@ -113,9 +113,11 @@ void HttpExchange::TellArrived() {
 
 // What was kept may turn out to be damaged only at its end: then the whole is fetched.
 void HttpExchange::TellCached() {
-    if (const auto piece = cached_body_->Next(); !piece.empty()) {
+    if (!unpacker_) BeginUnpacking();
+    if (const auto piece = unpacker_->Next(); !piece.empty()) {
         events_.body(piece);
-    } else if (cached_body_->IsWhole()) {
+    } else if (unpacker_->IsWhole()) {
+        store_->idle_unpacker = std::move(unpacker_);
         over_ = true;
         events_.end({});
     } else {
@@ -128,6 +130,12 @@ void HttpExchange::TellCached() {
 std::string HttpExchange::TakeUnread() {
     if (const auto observer = observer_.lock()) observer->unread -= arrived_.size();
     return std::exchange(arrived_, {});
+}
+
+void HttpExchange::BeginUnpacking() {
+    unpacker_ = std::exchange(store_->idle_unpacker, nullptr);
+    if (!unpacker_) unpacker_ = std::make_unique<BodyUnpacker>();
+    unpacker_->Begin(std::exchange(*cached_body_, {}));
 }
 
 void HttpExchange::BeginKeeping() {

@@ -254,7 +254,7 @@ bool HttpExchange::TakeCached() {
         return true;
     }
     store_->Confirm(address_, *cached_, {Header("ETag"), Header("Last-Modified")});
-    cached_body_ = std::make_unique<BodyUnpacker>(*std::move(body));
+    cached_body_ = std::move(body);
     head_ = {200, url_, cached_->content_type};
     head_known_ = true;
     End({});
@@ -277,6 +277,7 @@ void HttpExchange::StartOver() {
     cacheable_.reset();
     cached_body_.reset();
     packer_.reset();
+    unpacker_.reset();
     WaitForTurn();
 }
 

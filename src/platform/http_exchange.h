@@ -118,6 +118,7 @@ private:
     void TellCached();
     std::string TakeUnread();
     void BeginKeeping();
+    void BeginUnpacking();
     void LeaveNetwork();
     void Release();
 
@@ -151,7 +152,8 @@ private:
     bool head_told_ = false;
     std::string arrived_;  ///< decoded, not yet told
     std::size_t received_ = 0;
-    std::unique_ptr<BodyUnpacker> cached_body_;  ///< stands in for what is not sent again
+    std::optional<std::string> cached_body_;  ///< stands in, packed, for what is not sent again
+    std::unique_ptr<BodyUnpacker> unpacker_;
     std::unique_ptr<BodyPacker> packer_;
     std::string end_error_;
     bool delivering_ = false;

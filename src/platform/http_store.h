@@ -61,6 +61,7 @@ public:
 
     /// One is enough: documents are read one after the other.
     std::unique_ptr<BodyPacker> idle_packer;
+    std::unique_ptr<BodyUnpacker> idle_unpacker;
 
 private:
     using Rows = std::vector<data::Row>;

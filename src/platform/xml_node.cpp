@@ -101,10 +101,10 @@ private:
         const auto is_letter = [](char c) {
             return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c < 0;
         };
+        const auto may_follow = [](char c) { return (c >= '0' && c <= ':') || c == '.' || c == '-'; };
         std::size_t length = 0;
         while (length < rest_.size() &&
-               (is_letter(rest_[length]) ||
-                (length > 0 && std::string_view("0123456789.-:").find(rest_[length]) != rest_.npos)))
+               (is_letter(rest_[length]) || (length > 0 && may_follow(rest_[length]))))
             ++length;
         if (length == 0) Fail();
         return Take(length);

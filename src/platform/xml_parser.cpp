@@ -151,12 +151,13 @@ XmlParser::XmlParser(std::string charset)
 bool XmlParser::Feed(std::string_view bytes) {
     if (error_.error_code != 0) return false;
     if (started_) return Push(bytes);
+    if (first_bytes_.empty() && bytes.size() >= kSignatureLength) return Start(bytes);
     first_bytes_.append(bytes);
-    return first_bytes_.size() < kSignatureLength || Start();
+    return first_bytes_.size() < kSignatureLength || Start(std::exchange(first_bytes_, {}));
 }
 
 XmlTree XmlParser::Finish() {
-    if (error_.error_code != 0 || (!started_ && !Start())) return nullptr;
+    if (error_.error_code != 0 || (!started_ && !Start(first_bytes_))) return nullptr;
     if (!Check(xmlParseChunk(context_.get(), nullptr, 0, 1))) return nullptr;
     if (ExpandedEntitySize(*context_->myDoc) > HttpTransfer::kMaxBody) {
         Fail("The document's entities stand for more than 64 MiB of text");
@@ -179,14 +180,13 @@ bool XmlParser::Refuse(const char* reason) {
     return Fail(reason);
 }
 
-bool XmlParser::Start() {
+bool XmlParser::Start(std::string_view bytes) {
     started_ = true;
-    const auto bytes = std::exchange(first_bytes_, {});
     if (bytes.empty()) return Fail("The document is empty");
     const auto [name, mark] = EncodingBySignature(bytes);
     if (SwitchEncoding(context_.get(), name.empty() ? charset_ : name))
         xmlCtxtUseOptions(context_.get(), kOptions | XML_PARSE_IGNORE_ENC);
-    return Push(std::string_view(bytes).substr(mark));
+    return Push(bytes.substr(mark));
 }
 
 bool XmlParser::Push(std::string_view bytes) {

@@ -40,7 +40,7 @@ public:
     bool Refuse(const char* reason);
 
 private:
-    bool Start();
+    bool Start(std::string_view bytes);
     bool Push(std::string_view bytes);
     bool CheckUnparsed(std::string_view bytes);
     bool Fail(const char* own_reason = nullptr);

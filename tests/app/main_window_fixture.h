@@ -74,7 +74,7 @@ protected:
         return window->findChild<Control*>(name);
     }
     void Click(const char* button) { Find<QAbstractButton>(button)->click(); }
-    std::string Line(const char* name) { return Find<QLabel>(name)->text().toStdString(); }
+    std::string Line(const char* name) { return Find<QLabel>(name)->accessibleName().toStdString(); }
     std::string Status() { return Line("elaItemCaption"); }
     std::string Bar(const char* name) { return Find<QProgressBar>(name)->format().toStdString(); }
     std::int32_t Send(std::int32_t message, std::int32_t param = 0) {

@@ -110,7 +110,8 @@ private:
 
 /// Column names are equal without regard to the case of ASCII letters.
 inline bool SameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && sqlite3_strnicmp(a.data(), b.data(), static_cast<int>(a.size())) == 0;
+    return a == b ||
+           (a.size() == b.size() && sqlite3_strnicmp(a.data(), b.data(), static_cast<int>(a.size())) == 0);
 }
 
 }  // namespace pellago::data

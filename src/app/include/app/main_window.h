@@ -17,6 +17,7 @@
 
 namespace pellago {
 
+class DisplayPace;
 class frmRSSLinkCatcher;
 class ProgressDisplay;
 struct MainWindowControls;
@@ -149,6 +150,7 @@ private:
     std::function<void()> gone_;
     std::int32_t icon_;
     std::unique_ptr<MainWindowControls> controls_;
+    std::unique_ptr<DisplayPace> pace_;
     std::unique_ptr<ProgressDisplay> provider_;
     std::unique_ptr<ProgressDisplay> channel_;
     std::unique_ptr<ProgressDisplay> item_;

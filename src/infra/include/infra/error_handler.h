@@ -52,6 +52,8 @@ public:
     void CallStackClear();
     void CallStackPop();
     void CallStackPush(const std::string& Procedure, const std::string& Data);
+    /// A line of its own in the tracing log, when tracing is on.
+    void Trace(const std::string& what) const;
     /// Deletes the logs asked for; a file that cannot be deleted is passed over.
     void Clear(bool ClearLogFile, bool ClearTracingLogFile);
 
@@ -61,7 +63,6 @@ public:
 
 private:
     std::string Report(const std::string& routine) const;
-    void Trace(const std::string& what) const;
 
     bool call_stack_enabled_ = false;
     bool tracing_enabled_ = false;
