@@ -187,7 +187,7 @@ void HttpExchange::Completed(CURLcode result) {
 }
 
 bool HttpExchange::TryAgain(CURLcode result) {
-    if ((result == CURLE_HTTP2 || result == CURLE_HTTP2_STREAM) && !std::exchange(http1_, true)) {
+    if (IsFramingError(result) && !std::exchange(http1_, true)) {
         StartOver();
         return true;
     }
@@ -196,6 +196,21 @@ bool HttpExchange::TryAgain(CURLcode result) {
     spent_ = {};
     StartOver();
     return true;
+}
+
+// Of most broken frames libcurl only says that no answer came, and not in which version.
+bool HttpExchange::IsFramingError(CURLcode result) const {
+    switch (result) {
+        case CURLE_HTTP2:
+        case CURLE_HTTP2_STREAM:
+            return true;
+        case CURLE_GOT_NOTHING:
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+            return !answered_ && url_.starts_with("https:");
+        default:
+            return false;
+    }
 }
 
 bool HttpExchange::IsRefusal(CURLcode result) const {

@@ -103,6 +103,7 @@ private:
     bool IsRedirect() const;
 
     bool TryAgain(CURLcode result);
+    bool IsFramingError(CURLcode result) const;
     bool IsRefusal(CURLcode result) const;
     bool FollowRedirect();
     bool TakeCached();
