@@ -44,7 +44,9 @@ private:
     void DropFirst();
     bool MayBegin() const;
     bool IsWaitedFor() const;
-    bool HasRoom(const std::string& origin) const;
+    void BeginTaken();
+    enum class Count { kAll, kMoving };
+    bool HasRoom(const std::string& origin, Count count) const;
     std::optional<Place> NextToBegin();
     void Begin(Place place);
     void GiveBack(Place place);

@@ -139,7 +139,7 @@ void HttpExchange::SetCondition() {
 void HttpExchange::Attach(HttpEvents events) {
     events_ = std::move(events);
     attached_ = true;
-    if (IsWaiting()) Begin();
+    if (observer_.expired()) Begin();
     MarkReady();
     multi_->DeliverSoon();
 }
@@ -281,11 +281,9 @@ void HttpExchange::StartOver() {
     WaitForTurn();
 }
 
-// With an owner it is this one's turn already; but a host that refuses several at once is first cleared of
-// the others, by the session.
 void HttpExchange::WaitForTurn() {
     state_ = State::kWaiting;
-    if (observer_.expired() || (attached_ && !wants_to_be_alone_))
+    if (observer_.expired())
         Begin();
     else
         MarkReady();

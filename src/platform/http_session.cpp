@@ -21,6 +21,10 @@ constexpr auto kWatchInterval = 250ms;
 // What a body may still bring, so that few have to be given back.
 constexpr std::size_t kUsualBody = std::size_t{64} << 10U;  // bytes
 
+bool IsSilent(const HttpExchange& exchange) {
+    return HttpExchange::Clock::now() - exchange.LastHeard() > kSilence;
+}
+
 }  // namespace
 
 HttpSession::HttpSession(const Settings& settings) : ahead_(std::make_shared<Ahead>(settings)) {}
@@ -74,9 +78,11 @@ std::shared_ptr<HttpExchange> HttpSession::Ahead::Take(const std::string& addres
 void HttpSession::Ahead::DropFirst() {
     const auto dropped = expected_.extract(expected_.begin());
     if (dropped.mapped().exchange) --begun_;
-    if (next_.erase(dropped.key()) > 0 || dropped.mapped().exchange) return;
+    next_.erase(dropped.key());
     const auto held_back = held_back_.find(OriginOf(dropped.mapped()));
-    if (held_back != held_back_.end()) held_back->second.erase(dropped.key());
+    if (held_back == held_back_.end()) return;
+    held_back->second.erase(dropped.key());
+    if (held_back->second.empty()) held_back_.erase(held_back);
 }
 
 std::shared_ptr<HttpExchange> HttpSession::Ahead::Make(const std::string& address) {
@@ -88,6 +94,7 @@ std::string HttpSession::Ahead::OriginOf(const Expected& expected) {
 }
 
 void HttpSession::Ahead::Pump() {
+    BeginTaken();
     GiveBackUnread();
     while (MayBegin()) {
         const auto place = NextToBegin();
@@ -105,9 +112,8 @@ void HttpSession::Ahead::Pump() {
 // Only when it waits for a slow server more is fetched, up to what memory allows.
 bool HttpSession::Ahead::MayBegin() const {
     const auto most = static_cast<std::size_t>(settings_.read_ahead);
-    const auto now = HttpExchange::Clock::now();
-    const auto silent = static_cast<std::size_t>(std::ranges::count_if(
-        running_, [&](const auto* exchange) { return now - exchange->LastHeard() > kSilence; }));
+    const auto silent = static_cast<std::size_t>(
+        std::ranges::count_if(running_, [](const auto* exchange) { return IsSilent(*exchange); }));
     const auto moving = running_.size() - silent;
     if (moving >= most || silent > most) return false;
     if (is_full_ || unread + moving * kUsualBody > kMaxUnread) return false;
@@ -119,9 +125,19 @@ bool HttpSession::Ahead::IsWaitedFor() const {
     return taken && taken->IsRunning();
 }
 
-bool HttpSession::Ahead::HasRoom(const std::string& origin) const {
-    const auto running =
-        static_cast<std::size_t>(std::ranges::count(running_, origin, &HttpExchange::Origin));
+// It is this one's turn, whatever else is under way; but its host has no more to do for that, unless it is
+// silent.
+void HttpSession::Ahead::BeginTaken() {
+    const auto taken = taken_.lock();
+    if (!taken || !taken->IsWaiting()) return;
+    if (taken->WantsToBeAlone()) ClearHost(*taken);
+    if (HasRoom(taken->Origin(), Count::kMoving)) taken->Begin();
+}
+
+bool HttpSession::Ahead::HasRoom(const std::string& origin, Count count) const {
+    const auto running = static_cast<std::size_t>(std::ranges::count_if(running_, [&](const auto* exchange) {
+        return exchange->Origin() == origin && (count == Count::kAll || !IsSilent(*exchange));
+    }));
     return running < (one_at_a_time_.contains(origin) ? 1 : kPerHost);
 }
 
@@ -130,7 +146,7 @@ std::optional<HttpSession::Ahead::Place> HttpSession::Ahead::NextToBegin() {
         const auto place = *next_.begin();
         next_.erase(next_.begin());
         const auto origin = OriginOf(expected_.at(place));
-        if (HasRoom(origin)) return place;
+        if (HasRoom(origin, Count::kAll)) return place;
         held_back_[origin].insert(place);
     }
     return std::nullopt;
@@ -162,14 +178,9 @@ void HttpSession::Ahead::ClearHost(const HttpExchange& exchange) {
 void HttpSession::Ahead::Changed(HttpExchange& exchange) {
     if (exchange.IsWaiting()) {
         if (exchange.WantsToBeAlone()) one_at_a_time_.insert(exchange.Origin());
-        if (exchange.IsAttached()) {
-            if (exchange.WantsToBeAlone()) ClearHost(exchange);
-            exchange.Begin();
-        } else {
-            const auto found = std::ranges::find_if(
-                expected_, [&](const auto& expected) { return expected.second.exchange.get() == &exchange; });
-            if (found != expected_.end()) next_.insert(found->first);
-        }
+        const auto found = std::ranges::find_if(
+            expected_, [&](const auto& expected) { return expected.second.exchange.get() == &exchange; });
+        if (found != expected_.end()) next_.insert(found->first);
     }
     Pump();
 }
