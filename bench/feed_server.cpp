@@ -11,6 +11,7 @@
 #include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
@@ -43,14 +44,34 @@ Health HealthOf(unsigned number) {
 
 struct Feed {
     std::string body;
+    std::string packed;
     std::string validators;  // its header lines
     std::string tag;
 };
 
+/// In the gzip format.
+std::string Packed(const std::string& bytes) {
+    constexpr int kGzipFormat = 15 + 16;
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipFormat, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        throw std::runtime_error("zlib cannot be used");
+    std::string packed(deflateBound(&stream, bytes.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
 Feed MakeFeed(int seed, int items) {
     const auto tag = "\"made-" + std::to_string(seed) + '"';
-    return {MadeFeed(seed, items), "ETag: " + tag + "\r\nLast-Modified: Tue, 10 Jun 2003 09:41:01 GMT\r\n",
-            tag};
+    auto body = MadeFeed(seed, items);
+    auto packed = Packed(body);
+    return {std::move(body), std::move(packed),
+            "ETag: " + tag + "\r\nLast-Modified: Tue, 10 Jun 2003 09:41:01 GMT\r\n", tag};
 }
 
 /// The value of a header of a request whose lines end in CRLF.
@@ -110,6 +131,7 @@ int Listen(int& port) {
 struct FeedServer::Shared {
     std::atomic<std::int64_t> latency_ms;
     std::atomic<bool> honours_conditions;
+    std::atomic<bool> gzip;
     std::atomic<int> connections;
     std::atomic<int> requests;
     std::atomic<int> not_modified;
@@ -218,9 +240,10 @@ private:
             connection.head = "HTTP/1.1 304 Not Modified\r\n" + feed.validators + "\r\n";
             connection.body = {};
         } else {
+            connection.body = shared_.gzip ? feed.packed : feed.body;
             connection.head = "HTTP/1.1 200 OK\r\nContent-Type: application/rss+xml\r\n" + feed.validators +
-                              "Content-Length: " + std::to_string(feed.body.size()) + "\r\n\r\n";
-            connection.body = feed.body;
+                              (shared_.gzip ? "Content-Encoding: gzip\r\n" : "") +
+                              "Content-Length: " + std::to_string(connection.body.size()) + "\r\n\r\n";
         }
     }
 
@@ -314,6 +337,7 @@ void FeedServer::Behave(const Behaviour& behaviour) {
     auto& s = *shared_;
     s.latency_ms = behaviour.latency.count();
     s.honours_conditions = behaviour.honours_conditions;
+    s.gzip = behaviour.gzip;
     for (auto* count :
          {&s.connections, &s.requests, &s.not_modified, &s.most_at_once, &s.most_at_once_of_host})
         *count = 0;

@@ -12,6 +12,7 @@ namespace pellago::bench {
 struct Behaviour {
     std::chrono::milliseconds latency{0};  ///< from a request to the first byte of its answer
     bool honours_conditions = true;        ///< false answers 200 with the body to every request
+    bool gzip = false;                     ///< bodies are packed, as most servers send them
 };
 
 /// What a FeedServer has seen since Behave.

@@ -123,8 +123,8 @@ private:
         return Fresh(bed_.Addresses(feeds), feeds * kItems, [&] { return bed_.Terminal(); });
     }
     /// A run that finds nothing new.
-    Cost Again(bool honours_conditions) {
-        bed_.Server().Behave({.honours_conditions = honours_conditions});
+    Cost Again(const Behaviour& behaviour) {
+        bed_.Server().Behave(behaviour);
         const auto cost = bed_.Terminal();
         bed_.RequireItems(kFeeds * kItems);
         return cost;
@@ -151,13 +151,16 @@ void Bench::AllNew() {
 
 void Bench::NothingNew() {
     FreshTerminal();
-    const auto series = Repeated({{"run, nothing new, full bodies", [&] { return Again(false); }},
-                                  {"run, nothing new, 304", [&] { return Again(true); }},
-                                  {"run, nothing new, HttpCache 0", [&] {
-                                       return bed_.With("HttpCache", "0", [&] { return Again(true); });
-                                   }}});
+    const auto series =
+        Repeated({{"run, nothing new, full bodies", [&] { return Again({.honours_conditions = false}); }},
+                  {"run, nothing new, 304", [&] { return Again({}); }},
+                  {"run, nothing new, full gzip bodies",
+                   [&] { return Again({.honours_conditions = false, .gzip = true}); }},
+                  {"run, nothing new, HttpCache 0",
+                   [&] { return bed_.With("HttpCache", "0", [&] { return Again({}); }); }}});
     RatioRow("nothing new, all 304 / full bodies", "at most 0.8", series[1], series[0]);
-    RatioRow("nothing new, all 304 / HttpCache 0", "", series[1], series[2]);
+    RatioRow("nothing new, all 304 / full bodies, sent as gzip", "", series[1], series[2]);
+    RatioRow("nothing new, all 304 / full bodies with HttpCache 0", "", series[1], series[3]);
 }
 
 constexpr Behaviour kFar{.latency = std::chrono::milliseconds(100)};

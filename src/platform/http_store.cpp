@@ -51,12 +51,15 @@ HttpStore::HttpStore(std::string folder, bool caches, std::uint64_t limit)
     : folder_(std::move(folder)), caches_(caches), limit_(limit) {}
 
 std::optional<CachedAnswer> HttpStore::Find(const std::string& address) {
-    const auto rows = Read(
-        "SELECT ETag, LastModified, Url, ContentType, Fetched FROM Answers WHERE Address = ?", {address});
+    const auto rows =
+        Read("SELECT ETag, LastModified, Url, ContentType, Fetched, Used FROM Answers WHERE Address = ?",
+             {address});
     if (rows.empty()) return std::nullopt;
     const auto text = [&](std::size_t index) { return CStr(rows.front().at(index)); };
-    return CachedAnswer{
-        {text(0), text(1)}, text(2), text(3), static_cast<std::int64_t>(Number(rows.front(), 4))};
+    const auto time = [&](std::size_t index) {
+        return static_cast<std::int64_t>(Number(rows.front(), index));
+    };
+    return CachedAnswer{{text(0), text(1)}, text(2), text(3), time(4), time(5)};
 }
 
 std::optional<std::string> HttpStore::PackedBody(const std::string& address, const CachedAnswer& answer) {
@@ -91,8 +94,8 @@ void HttpStore::Confirm(const std::string& address, const CachedAnswer& answer,
         Write("UPDATE Answers SET ETag = ?, LastModified = ? WHERE Address = ?",
               {validators.etag, validators.last_modified, address});
     // Not at every run: what is read need not be written.
-    Write("UPDATE Answers SET Used = ? WHERE Address = ? AND Used < ?",
-          {UnixTime(), address, UnixTime() - kDay});
+    if (static_cast<double>(answer.used) < UnixTime() - kDay)
+        Write("UPDATE Answers SET Used = ? WHERE Address = ?", {UnixTime(), address});
 }
 
 void HttpStore::Forget(const std::string& address) {

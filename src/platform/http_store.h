@@ -27,6 +27,7 @@ struct CachedAnswer {
     std::string url;           ///< that answered, after redirects
     std::string content_type;  ///< as sent
     std::int64_t fetched = 0;  ///< when, in seconds of Unix time
+    std::int64_t used = 0;     ///< when it was last known to be asked for, to a day
 
     /// Whether there is something to ask with, and nothing that cannot stand in a line of a request.
     bool IsUsable() const;
