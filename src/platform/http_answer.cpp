@@ -92,11 +92,10 @@ bool HttpExchange::TellNext() {
         events_.head(head_);
     } else if (!arrived_.empty()) {
         TellArrived();
-    } else if (cached_body_ && state_ == State::kEnded) {
+    } else if (is_cached_) {
         TellCached();
     } else if (state_ == State::kEnded) {
-        over_ = true;
-        events_.end(end_error_);
+        TellEnd(end_error_);
     } else {
         return false;
     }
@@ -111,15 +110,16 @@ void HttpExchange::TellArrived() {
     if (arrived_.empty() && !over_) arrived_ = std::move(piece);  // keeps its memory
 }
 
-// What was kept may turn out to be damaged only at its end: then the whole is fetched.
+// What was kept may be gone, or turn out to be damaged at its very end: then the whole is fetched.
 void HttpExchange::TellCached() {
-    if (!unpacker_) BeginUnpacking();
-    if (const auto piece = unpacker_->Next(); !piece.empty()) {
+    if (!unpacker_ && !BeginUnpacking()) {
+        unconditional_ = true;
+        StartOver();
+    } else if (const auto piece = unpacker_->Next(); !piece.empty()) {
         events_.body(piece);
     } else if (unpacker_->IsWhole()) {
         store_->idle_unpacker = std::move(unpacker_);
-        over_ = true;
-        events_.end({});
+        TellEnd({});
     } else {
         store_->Forget(address_);
         unconditional_ = true;
@@ -127,15 +127,25 @@ void HttpExchange::TellCached() {
     }
 }
 
+void HttpExchange::TellEnd(const std::string& error) {
+    over_ = true;
+    is_whole_ = error.empty();
+    events_.end(error);
+}
+
 std::string HttpExchange::TakeUnread() {
     if (const auto observer = observer_.lock()) observer->unread -= arrived_.size();
     return std::exchange(arrived_, {});
 }
 
-void HttpExchange::BeginUnpacking() {
+bool HttpExchange::BeginUnpacking() {
+    auto packed = store_->PackedBody(address_, *cached_);
+    if (!packed) return false;
+    store_->Confirm(address_, *cached_, confirmed_);
     unpacker_ = std::exchange(store_->idle_unpacker, nullptr);
     if (!unpacker_) unpacker_ = std::make_unique<BodyUnpacker>();
-    unpacker_->Begin(std::exchange(*cached_body_, {}));
+    unpacker_->Begin(*std::move(packed));
+    return true;
 }
 
 void HttpExchange::BeginKeeping() {
@@ -145,8 +155,7 @@ void HttpExchange::BeginKeeping() {
 }
 
 void HttpExchange::Keep() {
-    const bool whole = state_ == State::kEnded && end_error_.empty();
-    if (!store_ || !store_->Caches() || !whole || cached_body_) return;
+    if (!store_ || !store_->Caches() || !is_whole_ || is_cached_) return;
     if (packer_) {
         if (const auto packed = packer_->Finish()) store_->Keep(address_, *cacheable_, *packed);
         store_->idle_packer = std::move(packer_);

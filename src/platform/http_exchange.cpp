@@ -240,21 +240,17 @@ bool HttpExchange::FollowRedirect() {
         Release();
     } else {
         GoTo(target);
+        received_ = 0;
         WaitForTurn();
     }
     return true;
 }
 
+// The body is read when somebody wants it: of many answers that wait for that, it would fill the memory.
 bool HttpExchange::TakeCached() {
     if (Status() != 304 || !IsConditional()) return false;
-    auto body = store_->PackedBody(address_, *cached_);
-    if (!body) {
-        unconditional_ = true;
-        StartOver();
-        return true;
-    }
-    store_->Confirm(address_, *cached_, {Header("ETag"), Header("Last-Modified")});
-    cached_body_ = std::move(body);
+    confirmed_ = {Header("ETag"), Header("Last-Modified")};
+    is_cached_ = true;
     head_ = {200, url_, cached_->content_type};
     head_known_ = true;
     End({});
@@ -275,7 +271,7 @@ void HttpExchange::StartOver() {
     received_ = 0;
     head_known_ = head_told_ = false;
     cacheable_.reset();
-    cached_body_.reset();
+    is_cached_ = false;
     packer_.reset();
     unpacker_.reset();
     WaitForTurn();

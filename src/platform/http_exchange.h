@@ -118,7 +118,8 @@ private:
     void TellCached();
     std::string TakeUnread();
     void BeginKeeping();
-    void BeginUnpacking();
+    bool BeginUnpacking();
+    void TellEnd(const std::string& error);
     void LeaveNetwork();
     void Release();
 
@@ -152,12 +153,14 @@ private:
     bool head_told_ = false;
     std::string arrived_;  ///< decoded, not yet told
     std::size_t received_ = 0;
-    std::optional<std::string> cached_body_;  ///< stands in, packed, for what is not sent again
+    bool is_cached_ = false;    ///< what is kept stands in for a body that is not sent again
+    HttpValidators confirmed_;  ///< what the server said with that
     std::unique_ptr<BodyUnpacker> unpacker_;
     std::unique_ptr<BodyPacker> packer_;
     std::string end_error_;
     bool delivering_ = false;
-    bool over_ = false;  ///< nothing more is told
+    bool over_ = false;      ///< nothing more is told
+    bool is_whole_ = false;  ///< all of the body has been told
 };
 
 }  // namespace pellago
