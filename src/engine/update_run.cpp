@@ -223,7 +223,7 @@ void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index,
     if (run([&] { return loader_->Load(address); })) {
         KeepFeed(run, id);
     } else {
-        run([&] { gErrorHandler->Trace("Not loaded: " + address + ": " + LoadError()); });
+        run([&] { gErrorHandler->Trace("Channel " + std::to_string(id) + " not loaded: " + LoadError()); });
         run([&] { WriteDownloadLog(id, result_code::kNotLoaded, true, 0, 0); });
         if (kind == RunKind::kProvider)
             run([&] { events_.OnChannelError(address, id, name, "Download error"); });

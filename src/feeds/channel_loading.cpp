@@ -15,7 +15,7 @@ namespace {
 constexpr std::chrono::milliseconds kTimeOut{60'000};
 constexpr std::int32_t kArriving = 1;
 constexpr std::int32_t kComplete = 4;
-constexpr std::int32_t kMostAhead = 256;  // transfers: each takes a descriptor
+constexpr std::int32_t kMostAhead = 128;  // transfers: each takes a descriptor
 
 HttpSession::Settings SessionSettings() {
     HttpSession::Settings settings{.time_out = kTimeOut};

@@ -30,7 +30,7 @@ public:
     void Changed(HttpExchange& exchange) override;
     void Entered(HttpExchange& exchange) override;
     void Left(HttpExchange& exchange) override;
-    bool MayKeepConnection(const HttpExchange& exchange) const override;
+    bool Answered(const HttpExchange& exchange) override;
 
 private:
     using Place = std::size_t;
@@ -45,13 +45,14 @@ private:
     bool MayBegin() const;
     bool IsWaitedFor() const;
     void BeginTaken();
-    enum class Count { kAll, kMoving };
-    bool HasRoom(const std::string& origin, Count count) const;
+    bool HasRoom(const std::string& origin) const;
+    bool IsHeldUp(const HttpExchange& exchange) const;
     std::optional<Place> NextToBegin();
     void Begin(Place place);
     void GiveBack(Place place);
     void GiveBackUnread();
-    void ClearHost(const HttpExchange& exchange);
+    void GiveBackLastOf(const std::string& origin);
+    void SendAlone(const std::string& origin);
     void LookAround();
 
     Settings settings_;
@@ -61,10 +62,12 @@ private:
     std::map<std::string, std::set<Place>> held_back_;  ///< by origin: to be begun when the host has room
     std::set<HttpExchange*> running_;
     std::set<std::string> one_at_a_time_;  ///< origins that refuse several requests at once
-    std::weak_ptr<HttpExchange> taken_;    ///< the last
-    QTimer watch_;                         ///< sees what happens by time alone
-    std::size_t begun_ = 0;                ///< of what is expected
-    bool is_full_ = false;                 ///< something was given back, and little has been read since
+    std::map<std::string, HttpExchange::Clock::time_point> last_answers_;  ///< by origin: when they began
+    std::weak_ptr<HttpExchange> taken_;                                    ///< the last
+    std::optional<HttpExchange::Clock::time_point> taken_waits_since_;     ///< for room at its host
+    QTimer watch_;           ///< sees what happens by time alone
+    std::size_t begun_ = 0;  ///< of what is expected
+    bool is_full_ = false;   ///< something was given back, and little has been read since
 };
 
 }  // namespace pellago

@@ -32,12 +32,22 @@ std::string HttpExchange::Header(const char* name) const {
     return header->value;
 }
 
+// RFC 9110, 5.3.
+std::string HttpExchange::HeaderList(const char* name) const {
+    std::string list;
+    curl_header* header = nullptr;
+    for (std::size_t index = 0; curl_easy_header(easy_, name, index, CURLH_HEADER, -1, &header) == CURLHE_OK;
+         ++index)
+        list.append(list.empty() ? "" : ", ").append(header->value);
+    return list;
+}
+
 void HttpExchange::NoteAnswer() {
     last_heard_ = Clock::now();
     if (std::exchange(answered_, true)) return;
     const auto observer = observer_.lock();
     if (!observer) return;
-    if (!observer->MayKeepConnection(*this)) Set(CURLOPT_FORBID_REUSE, 1L);
+    if (!observer->Answered(*this)) Set(CURLOPT_FORBID_REUSE, 1L);
 }
 
 std::size_t HttpExchange::Write(const char* bytes, std::size_t size) {
@@ -47,7 +57,10 @@ std::size_t HttpExchange::Write(const char* bytes, std::size_t size) {
     NoteHead();
     if (received_ > HttpTransfer::kMaxBody) return 0;
     const auto observer = observer_.lock();
-    if (arrived_.empty() || (observer && observer->unread > HttpSession::kMaxUnread)) MarkReady();
+    // A few bytes on the wire may unpack to all that there is room for.
+    put_off_ = !attached_ && observer && observer->unread > HttpSession::kMaxUnread;
+    if (put_off_) return 0;
+    if (arrived_.empty()) MarkReady();
     arrived_.append(bytes, size);
     if (observer) observer->unread += size;
     return size;
@@ -65,7 +78,7 @@ void HttpExchange::NoteHead() {
                         url_,
                         head_.content_type,
                         static_cast<std::int64_t>(std::time(nullptr))};
-    if (answer.IsUsable() && LCase(Header("Cache-Control")).find("no-store") == std::string::npos)
+    if (answer.IsUsable() && LCase(HeaderList("Cache-Control")).find("no-store") == std::string::npos)
         cacheable_ = std::move(answer);
 }
 

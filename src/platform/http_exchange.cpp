@@ -60,7 +60,7 @@ void HttpExchange::Begin() {
     }
     SetOptions();
     request_began_ = last_heard_ = Clock::now();
-    answered_ = has_company_ = false;
+    answered_ = has_company_ = put_off_ = false;
     if (!easy_ || !multi_->Add(*this)) {
         End("The transfer cannot be started");
         multi_->DeliverSoon();
@@ -191,8 +191,9 @@ bool HttpExchange::TryAgain(CURLcode result) {
         StartOver();
         return true;
     }
-    if (!has_company_ || wants_to_be_alone_ || !IsRefusal(result)) return false;
-    wants_to_be_alone_ = true;
+    const bool refused_in_company = has_company_ && !refused_ && IsRefusal(result);
+    if (!refused_in_company && !put_off_) return false;
+    refused_ = refused_ || refused_in_company;
     spent_ = {};
     StartOver();
     return true;
@@ -239,6 +240,7 @@ bool HttpExchange::FollowRedirect() {
                            : "The server redirects more than 5 times");
         Release();
     } else {
+        refused_ = refused_ && OriginOf(target) == origin_;
         GoTo(target);
         received_ = 0;
         WaitForTurn();

@@ -27,8 +27,8 @@ public:
     /// Before a request goes out, and when the network is done with it.
     virtual void Entered(HttpExchange& exchange) = 0;
     virtual void Left(HttpExchange& exchange) = 0;
-    /// Called inside libcurl when the answer begins.
-    virtual bool MayKeepConnection(const HttpExchange& exchange) const = 0;
+    /// The answer begins; whether its connection may be used again. Called inside libcurl.
+    virtual bool Answered(const HttpExchange& exchange) = 0;
 
     std::size_t unread = 0;  ///< bytes of bodies that have arrived and that no owner has been told of
 };
@@ -66,10 +66,12 @@ public:
     const std::string& Origin() const { return origin_; }
     std::size_t Unread() const { return arrived_.size(); }
 
-    /// Another request to the same host is under way.
+    /// Another request is under way beside it.
     void HasCompany() { has_company_ = true; }
-    /// A host has refused it among others.
-    bool WantsToBeAlone() const { return wants_to_be_alone_; }
+    /// Its host has refused it in company; it waits to be sent once more.
+    bool IsRefused() const { return IsWaiting() && refused_; }
+    /// It was taken off for what it brought when there was no room for that.
+    bool IsPutOff() const { return IsWaiting() && put_off_; }
 
     // For CurlMulti:
     CURL* Handle() const override { return easy_; }
@@ -98,7 +100,9 @@ private:
     void NoteAnswer();
     void NoteHead();
     void NoteRetryTime();
+    /// Of the first header of that name, and of all of them as one list.
     std::string Header(const char* name) const;
+    std::string HeaderList(const char* name) const;
     long Status() const;
     bool IsRedirect() const;
 
@@ -139,7 +143,8 @@ private:
     bool http1_ = false;
     bool answered_ = false;
     bool has_company_ = false;
-    bool wants_to_be_alone_ = false;
+    bool refused_ = false;
+    bool put_off_ = false;
     std::optional<CachedAnswer> cached_;
     bool unconditional_ = false;
     Clock::time_point request_began_;

@@ -70,8 +70,10 @@ std::shared_ptr<HttpExchange> HttpSession::Ahead::Take(const std::string& addres
         const auto place = found->first;
         while (!expected_.empty() && expected_.begin()->first <= place) DropFirst();
     }
+    if (exchange && IsHeldUp(*exchange)) SendAlone(std::exchange(exchange, nullptr)->Origin());
     if (!exchange) exchange = Make(address);
     taken_ = exchange;
+    taken_waits_since_.reset();
     return exchange;
 }
 
@@ -125,20 +127,29 @@ bool HttpSession::Ahead::IsWaitedFor() const {
     return taken && taken->IsRunning();
 }
 
-// It is this one's turn, whatever else is under way; but its host has no more to do for that, unless it is
-// silent.
+// It is this one's turn: when its host is busy with others for long, one of these makes room.
 void HttpSession::Ahead::BeginTaken() {
     const auto taken = taken_.lock();
     if (!taken || !taken->IsWaiting()) return;
-    if (taken->WantsToBeAlone()) ClearHost(*taken);
-    if (HasRoom(taken->Origin(), Count::kMoving)) taken->Begin();
+    const auto now = HttpExchange::Clock::now();
+    if (!taken_waits_since_) taken_waits_since_ = now;
+    if (!HasRoom(taken->Origin()) && now - *taken_waits_since_ > kSilence) GiveBackLastOf(taken->Origin());
+    if (!HasRoom(taken->Origin())) return;
+    taken_waits_since_.reset();
+    taken->Begin();
 }
 
-bool HttpSession::Ahead::HasRoom(const std::string& origin, Count count) const {
-    const auto running = static_cast<std::size_t>(std::ranges::count_if(running_, [&](const auto* exchange) {
-        return exchange->Origin() == origin && (count == Count::kAll || !IsSilent(*exchange));
-    }));
+bool HttpSession::Ahead::HasRoom(const std::string& origin) const {
+    const auto running =
+        static_cast<std::size_t>(std::ranges::count(running_, origin, &HttpExchange::Origin));
     return running < (one_at_a_time_.contains(origin) ? 1 : kPerHost);
+}
+
+// A server that serves one connection at a time has let it wait, and answered others meanwhile.
+bool HttpSession::Ahead::IsHeldUp(const HttpExchange& exchange) const {
+    const auto last_answer = last_answers_.find(exchange.Origin());
+    return !exchange.HasAnswer() && exchange.TimeSpent() > settings_.time_out / 12 &&
+           last_answer != last_answers_.end() && last_answer->second > exchange.RequestBegan();
 }
 
 std::optional<HttpSession::Ahead::Place> HttpSession::Ahead::NextToBegin() {
@@ -146,7 +157,7 @@ std::optional<HttpSession::Ahead::Place> HttpSession::Ahead::NextToBegin() {
         const auto place = *next_.begin();
         next_.erase(next_.begin());
         const auto origin = OriginOf(expected_.at(place));
-        if (HasRoom(origin, Count::kAll)) return place;
+        if (HasRoom(origin)) return place;
         held_back_[origin].insert(place);
     }
     return std::nullopt;
@@ -168,16 +179,26 @@ void HttpSession::Ahead::GiveBackUnread() {
     }
 }
 
-void HttpSession::Ahead::ClearHost(const HttpExchange& exchange) {
-    for (const auto& [place, expected] : expected_)
-        if (expected.exchange && expected.exchange->IsRunning() &&
-            expected.exchange->Origin() == exchange.Origin())
-            GiveBack(place);
+void HttpSession::Ahead::GiveBackLastOf(const std::string& origin) {
+    const auto last = std::find_if(expected_.rbegin(), expected_.rend(), [&](const auto& expected) {
+        const auto* exchange = expected.second.exchange.get();
+        return exchange && exchange->IsRunning() && exchange->Origin() == origin;
+    });
+    if (last != expected_.rend()) GiveBack(last->first);
+}
+
+void HttpSession::Ahead::SendAlone(const std::string& origin) {
+    one_at_a_time_.insert(origin);
+    for (auto count = running_.size(); count > 0; --count) GiveBackLastOf(origin);
 }
 
 void HttpSession::Ahead::Changed(HttpExchange& exchange) {
-    if (exchange.IsWaiting()) {
-        if (exchange.WantsToBeAlone()) one_at_a_time_.insert(exchange.Origin());
+    if (exchange.IsPutOff()) is_full_ = true;
+    if (exchange.IsRefused()) {
+        // Its owner's turn has come, or will: then others that the server had to do with are over too.
+        if (exchange.IsAttached()) SendAlone(exchange.Origin());
+        one_at_a_time_.insert(exchange.Origin());
+    } else if (exchange.IsWaiting()) {
         const auto found = std::ranges::find_if(
             expected_, [&](const auto& expected) { return expected.second.exchange.get() == &exchange; });
         if (found != expected_.end()) next_.insert(found->first);
@@ -186,11 +207,10 @@ void HttpSession::Ahead::Changed(HttpExchange& exchange) {
 }
 
 void HttpSession::Ahead::Entered(HttpExchange& exchange) {
-    for (auto* other : running_)
-        if (other->Origin() == exchange.Origin()) {
-            other->HasCompany();
-            exchange.HasCompany();
-        }
+    for (auto* other : running_) {
+        other->HasCompany();
+        exchange.HasCompany();
+    }
     running_.insert(&exchange);
     if (!watch_.isActive()) watch_.start(kWatchInterval);
 }
@@ -205,9 +225,10 @@ void HttpSession::Ahead::Left(HttpExchange& exchange) {
 }
 
 // A server that serves one connection at a time comes to the others only when that one ends.
-bool HttpSession::Ahead::MayKeepConnection(const HttpExchange& exchange) const {
+bool HttpSession::Ahead::Answered(const HttpExchange& exchange) {
     const bool is_last = !held_back_.contains(exchange.Origin());
     const auto now = HttpExchange::Clock::now();
+    last_answers_[exchange.Origin()] = now;
     return std::ranges::none_of(running_, [&](const auto* other) {
         if (other == &exchange || other->HasAnswer() || other->Origin() != exchange.Origin()) return false;
         return is_last ||

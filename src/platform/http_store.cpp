@@ -89,10 +89,16 @@ void HttpStore::Keep(const std::string& address, const CachedAnswer& answer, con
 void HttpStore::Confirm(const std::string& address, const CachedAnswer& answer,
                         const HttpValidators& validators) {
     const auto& known = answer.validators;
-    if (!validators.IsEmpty() && validators != known &&
+    auto confirmed = answer;
+    confirmed.validators = validators;
+    if (confirmed.IsUsable() && validators != known &&
         (!validators.last_modified.empty() || validators.etag != known.etag))
-        Write("UPDATE Answers SET ETag = ?, LastModified = ? WHERE Address = ?",
-              {validators.etag, validators.last_modified, address});
+        Write(
+            "UPDATE Answers SET ETag = ?, LastModified = ? WHERE Address = ? AND ETag = ? AND LastModified = "
+            "?"
+            " AND Url = ? AND Fetched = ?",
+            {validators.etag, validators.last_modified, address, known.etag, known.last_modified, answer.url,
+             static_cast<double>(answer.fetched)});
     // Not at every run: what is read need not be written.
     if (static_cast<double>(answer.used) < UnixTime() - kDay)
         Write("UPDATE Answers SET Used = ? WHERE Address = ?", {UnixTime(), address});
@@ -121,6 +127,7 @@ HttpStore::Rows HttpStore::Read(const std::string& sql, const std::vector<Varian
     try {
         return Run(sql, values);
     } catch (const RunTimeError& error) {
+        usable_ = false;
         Abandon(error.Number());
         return {};
     }
@@ -166,22 +173,22 @@ void HttpStore::Abandon(std::int32_t error_number) {
         std::filesystem::remove(JoinPath(folder_, kFile) + suffix, failed);
 }
 
-// A little more than is needed, so that this is not done for every answer, and not so much that it takes
-// long.
+// In small steps, each of which is quick however much there is.
 void HttpStore::MakeRoom(std::size_t for_bytes) {
-    const auto limit = static_cast<double>(limit_);
-    const auto bytes = static_cast<double>(for_bytes);
-    if (!size_) {
-        const auto rows = Read("SELECT total(Size) FROM Answers", {});
-        size_ = rows.empty() ? 0 : Number(rows.front(), 0);
+    if (!size_) size_ = Sum("SELECT total(Size) FROM Answers");
+    *size_ += static_cast<double>(for_bytes);
+    while (usable_ && writable_ && *size_ > static_cast<double>(limit_)) {
+        const std::string oldest = "FROM Answers ORDER BY Used LIMIT 8)";
+        const auto freed = Sum("SELECT total(Size) FROM (SELECT Size " + oldest);
+        if (freed == 0) return;
+        Write("DELETE FROM Answers WHERE rowid IN (SELECT rowid " + oldest, {});
+        *size_ -= freed;
     }
-    *size_ += bytes;
-    if (*size_ <= limit) return;
-    Write(
-        "DELETE FROM Answers WHERE rowid IN (SELECT rowid FROM (SELECT rowid, sum(Size) OVER"
-        " (ORDER BY Used DESC, Size DESC, rowid DESC) AS Total FROM Answers) WHERE Total > ?)",
-        {limit - limit / 64 - bytes});
-    size_.reset();
+}
+
+double HttpStore::Sum(const std::string& sql) {
+    const auto rows = Read(sql, {});
+    return rows.empty() ? 0 : Number(rows.front(), 0);
 }
 
 }  // namespace pellago

@@ -72,6 +72,7 @@ private:
     void Open();
     void Abandon(std::int32_t error_number);
     void MakeRoom(std::size_t for_bytes);
+    double Sum(const std::string& sql);
 
     std::string folder_;
     bool caches_;

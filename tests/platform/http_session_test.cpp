@@ -1,5 +1,7 @@
 #include "platform/http_session.h"
 
+#include <sys/resource.h>
+
 #include "platform/http_transfer.h"
 #include "session_fixture.h"
 
@@ -103,6 +105,86 @@ TEST_F(ReadingAhead, IsAllOverAtOnceWhenItIsCancelled) {
     EXPECT_EQ(Asked(20), HttpSession::kPerHost) << "the rest waits for its turn";
     session.Cancel();
     EXPECT_TRUE(WaitUntil([&] { return server.OpenConnections() == 0; }, 2s));
+}
+
+// They unpack to a thousand times their size, all in the same moment.
+TEST_F(ReadingAhead, KeepsNoMoreOfPackedBodiesThanMayBe) {
+    constexpr int kHosts = 30;
+    server.Answer("/1", {.body = "<a>1</a>", .delay = 1500ms});
+    server.Answer("/bomb", {.headers = {{"Content-Encoding", "gzip"}},
+                            .body = test::Gzip("<a>" + std::string(40'000'000, ' ') + "</a>"),
+                            .delay = 200ms});
+    std::vector<std::string> addresses{server.Url("/1", 99)};
+    for (int host = 1; host <= kHosts; ++host) addresses.push_back(server.Url("/bomb", host));
+    const auto peak = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss / 1024;
+    };
+    const auto before = peak();
+    HttpSession session({.cache = false});
+    session.Expect(addresses);
+    EXPECT_EQ(Load(session, addresses.front()), "1");
+    EXPECT_LT(peak() - before, 400) << "MiB; all of them have 1144";
+}
+
+class AHostReadAhead : public ReadingAhead {
+protected:
+    /// How the addresses of a new session end, one after the other.
+    std::vector<std::string> Outcomes(const std::vector<std::string>& addresses, std::int32_t read_ahead,
+                                      std::chrono::milliseconds time_out) {
+        HttpSession session({.read_ahead = read_ahead, .cache = false, .time_out = time_out});
+        session.Expect(addresses);
+        std::vector<std::string> outcomes;
+        for (const auto& address : addresses) {
+            XmlDocument document(&session);
+            document.Load(address);
+            const auto left = time_out - document.TimeSpent();
+            const bool in_time = WaitUntil([&] { return document.ReadyState() == 4; }, left);
+            outcomes.push_back(in_time && document.DocumentElement() ? document.DocumentElement()->Text()
+                                                                     : "!");
+        }
+        return outcomes;
+    }
+};
+
+// The others wait in its queue, longer than any of them would take alone.
+TEST_F(AHostReadAhead, ThatServesOneAtATimeAndSlowlyLosesNoFeed) {
+    for (const int read_ahead : {0, 64}) {
+        test::HttpServer one(test::HttpServer::Connecting::kOneOthersWait);
+        std::vector<std::string> addresses;
+        for (int number = 0; number < 6; ++number) {
+            one.Answer("/" + std::to_string(number), {.body = "<a>x</a>", .delay = 400ms});
+            addresses.push_back(one.Url("/" + std::to_string(number)));
+        }
+        EXPECT_THAT(Outcomes(addresses, read_ahead, 1500ms), testing::Each("x")) << read_ahead;
+    }
+}
+
+TEST_F(AHostReadAhead, ThatRefusesSeveralAndHasManyNamesLosesNoFeed) {
+    for (const int read_ahead : {0, 64}) {
+        test::HttpServer one(test::HttpServer::Connecting::kOneOthersRefused);
+        std::vector<std::string> addresses;
+        for (int name = 1; name <= 6; ++name) {
+            one.Answer("/" + std::to_string(name),
+                       {.body = "<a>x</a>", .framing = Reply::Framing::kClose, .delay = 50ms});
+            addresses.push_back(one.Url("/" + std::to_string(name), name));
+        }
+        EXPECT_THAT(Outcomes(addresses, read_ahead, 10s), testing::Each("x")) << read_ahead;
+    }
+}
+
+TEST_F(AHostReadAhead, ThatIsBusyWithLaterFeedsMakesRoomForARedirectThatIsAwaited) {
+    auto redirect = test::Redirect(server.Url("/quick"));
+    redirect.delay = 100ms;
+    server.Answer("/first", redirect);
+    server.Answer("/quick", {.body = "<a>x</a>"});
+    server.Answer("/trickle", {.body = "<a>" + std::string(10'000, ' ') + "</a>", .pause_per_byte = 5ms});
+    std::vector<std::string> addresses(7, server.Url("/trickle"));
+    addresses.front() = server.Url("/first", 2);
+    HttpSession session({});
+    session.Expect(addresses);
+    EXPECT_LT(test::TimeOf([&] { EXPECT_EQ(Load(session, addresses.front()), "x"); }), 5s);
 }
 
 TEST_F(ReadingAhead, FollowsRedirectsAndFailsAsWithout) {

@@ -92,7 +92,8 @@ TEST_F(CachedAnswers, AreWholeAndUsableOrNotKept) {
     auto until_the_end = cut_inside;
     until_the_end.framing = Reply::Framing::kClose;
     auto private_to_one = Answer("x");
-    private_to_one.headers.emplace_back("Cache-Control", "private, No-Store");
+    private_to_one.headers.emplace_back("Cache-Control", "private");
+    private_to_one.headers.emplace_back("Cache-Control", "max-age=1, No-Store");
     auto failed = Answer("x");
     failed.status = 500;
     const std::pair<const char*, Reply> cases[] = {
@@ -208,19 +209,38 @@ TEST_F(CachedAnswers, AreConfirmedByTheAddressThatAnsweredAlone) {
 TEST_F(CachedAnswers, GoOldestFirstWhenThereIsNoRoom) {
     HttpStore store(folder / "pellago", true, 10'000);
     const CachedAnswer answer{{"\"e\"", ""}, "http://a/", "", 1};
-    for (const char* address : {"1", "2", "3", "4", "5", "6", "7", "8", "9"}) {
-        store.Keep(address, answer, std::string(1000, 'x'));
-        Kept("UPDATE Answers SET Used = Used - 100000");
-    }
+    const auto keep = [&](int number, std::size_t size) {
+        store.Keep(std::to_string(number), answer, std::string(size, 'x'));
+    };
+    for (int number = 1; number <= 100; ++number) keep(number, 100);
+    Kept("UPDATE Answers SET Used = CAST(Address AS REAL)");
     store.Confirm("1", answer, {});
-    store.Keep("10", answer, std::string(1000, 'x'));
-    EXPECT_TRUE(store.Find("2"));
-    store.Keep("11", answer, std::string(1000, 'x'));
+    EXPECT_EQ(KeptAnswers(), 100);
+    keep(101, 100);
     EXPECT_TRUE(store.Find("1")) << "asked for not long ago";
     EXPECT_FALSE(store.Find("2"));
-    EXPECT_TRUE(store.Find("11"));
-    store.Keep("11", answer, std::string(5000, 'x'));
-    EXPECT_FALSE(store.Find("11")) << "too large: neither the new one is kept nor the old one";
+    EXPECT_TRUE(store.Find("20"));
+    keep(102, 1000);
+    EXPECT_LE(CLng(Kept("SELECT total(Size) FROM Answers")), 10'000);
+    EXPECT_TRUE(store.Find("101"));
+    EXPECT_TRUE(store.Find("102"));
+    keep(102, 5000);
+    EXPECT_FALSE(store.Find("102")) << "too large: neither the new one is kept nor the old one";
+}
+
+// What one process confirms may be what another has replaced meanwhile.
+TEST_F(CachedAnswers, AreNotGivenTheValidatorsOfOthers) {
+    HttpStore one(folder / "pellago", true, 10'000);
+    HttpStore other(folder / "pellago", true, 10'000);
+    const CachedAnswer first{{"\"1\"", ""}, "http://a/", "", 1};
+    const CachedAnswer second{{"\"2\"", ""}, "http://a/", "", 2};
+    one.Keep("a", first, "first");
+    other.Keep("a", second, "second");
+    one.Confirm("a", first, {"W/\"1\"", ""});
+    EXPECT_EQ(one.Find("a")->validators.etag, "\"2\"");
+    EXPECT_EQ(one.PackedBody("a", first), std::nullopt);
+    one.Confirm("a", second, {std::string(10'000, 'x'), ""});
+    EXPECT_EQ(one.PackedBody("a", second), "second");
 }
 
 TEST_F(CachedAnswers, AndServersThatAskForPeaceAreLeftAloneInTheNextRunToo) {
