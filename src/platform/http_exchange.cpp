@@ -60,7 +60,7 @@ void HttpExchange::Begin() {
     }
     SetOptions();
     request_began_ = last_heard_ = Clock::now();
-    answered_ = has_company_ = put_off_ = false;
+    answered_ = has_company_ = shares_host_ = put_off_ = false;
     if (!easy_ || !multi_->Add(*this)) {
         End("The transfer cannot be started");
         multi_->DeliverSoon();
@@ -179,8 +179,8 @@ void HttpExchange::Release() {
 
 void HttpExchange::Completed(CURLcode result) {
     LeaveNetwork();
-    NoteRetryTime();
     if (TryAgain(result) || FollowRedirect() || (result == CURLE_OK && TakeCached())) return;
+    NoteRetryTime();
     NoteHead();
     End(FailureText(result));
     Release();
@@ -191,7 +191,7 @@ bool HttpExchange::TryAgain(CURLcode result) {
         StartOver();
         return true;
     }
-    const bool refused_in_company = has_company_ && !refused_ && IsRefusal(result);
+    const bool refused_in_company = !refused_ && IsRefusal(result);
     if (!refused_in_company && !put_off_) return false;
     refused_ = refused_ || refused_in_company;
     spent_ = {};
@@ -214,6 +214,7 @@ bool HttpExchange::IsFramingError(CURLcode result) const {
     }
 }
 
+// Whether it might do alone. Servers of many names count connections; words come from the one that was asked.
 bool HttpExchange::IsRefusal(CURLcode result) const {
     switch (result) {
         case CURLE_COULDNT_CONNECT:
@@ -221,9 +222,9 @@ bool HttpExchange::IsRefusal(CURLcode result) const {
         case CURLE_GOT_NOTHING:
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
-            return true;
+            return has_company_;
         case CURLE_HTTP_RETURNED_ERROR:
-            return (Status() == 429 || Status() == 503) && Header("Retry-After").empty();
+            return shares_host_ && (Status() == 429 || Status() == 503);
         default:
             return false;
     }

@@ -66,8 +66,11 @@ public:
     const std::string& Origin() const { return origin_; }
     std::size_t Unread() const { return arrived_.size(); }
 
-    /// Another request is under way beside it.
-    void HasCompany() { has_company_ = true; }
+    /// Another request is under way beside it, perhaps to the same host.
+    void HasCompany(const HttpExchange& other) {
+        has_company_ = true;
+        shares_host_ = shares_host_ || other.origin_ == origin_;
+    }
     /// Its host has refused it in company; it waits to be sent once more.
     bool IsRefused() const { return IsWaiting() && refused_; }
     /// It was taken off for what it brought when there was no room for that.
@@ -143,6 +146,7 @@ private:
     bool http1_ = false;
     bool answered_ = false;
     bool has_company_ = false;
+    bool shares_host_ = false;
     bool refused_ = false;
     bool put_off_ = false;
     std::optional<CachedAnswer> cached_;

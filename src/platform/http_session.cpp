@@ -208,8 +208,8 @@ void HttpSession::Ahead::Changed(HttpExchange& exchange) {
 
 void HttpSession::Ahead::Entered(HttpExchange& exchange) {
     for (auto* other : running_) {
-        other->HasCompany();
-        exchange.HasCompany();
+        other->HasCompany(exchange);
+        exchange.HasCompany(*other);
     }
     running_.insert(&exchange);
     if (!watch_.isActive()) watch_.start(kWatchInterval);

@@ -35,6 +35,12 @@ bool IsPlainLine(const std::string& text) {
            std::ranges::none_of(text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; });
 }
 
+// A damaged file may have values of any type: what should be a text and is none is empty, and so of no use.
+std::string Text(const data::Row& row, std::size_t index) {
+    const auto* text = std::get_if<std::string>(&row.at(index));
+    return text ? *text : std::string();
+}
+
 double Number(const data::Row& row, std::size_t index) {
     const auto* number = std::get_if<double>(&row.at(index));
     return number ? *number : 0;
@@ -55,21 +61,28 @@ std::optional<CachedAnswer> HttpStore::Find(const std::string& address) {
         Read("SELECT ETag, LastModified, Url, ContentType, Fetched, Used FROM Answers WHERE Address = ?",
              {address});
     if (rows.empty()) return std::nullopt;
-    const auto text = [&](std::size_t index) { return CStr(rows.front().at(index)); };
     const auto time = [&](std::size_t index) {
         return static_cast<std::int64_t>(Number(rows.front(), index));
     };
-    return CachedAnswer{{text(0), text(1)}, text(2), text(3), time(4), time(5)};
+    CachedAnswer answer;
+    answer.validators.etag = Text(rows.front(), 0);
+    answer.validators.last_modified = Text(rows.front(), 1);
+    answer.url = Text(rows.front(), 2);
+    answer.content_type = Text(rows.front(), 3);
+    answer.fetched = time(4);
+    answer.used = time(5);
+    return answer;
 }
 
 std::optional<std::string> HttpStore::PackedBody(const std::string& address, const CachedAnswer& answer) {
     const auto rows = Read(
         "SELECT Body FROM Answers WHERE Address = ? AND ETag = ? AND LastModified = ? AND Url = ? AND "
-        "Fetched = ?",
+        "Fetched "
+        "= ?",
         {address, answer.validators.etag, answer.validators.last_modified, answer.url,
          static_cast<double>(answer.fetched)});
     if (rows.empty()) return std::nullopt;
-    return CStr(rows.front().front());
+    return Text(rows.front(), 0);
 }
 
 void HttpStore::Keep(const std::string& address, const CachedAnswer& answer, const std::string& packed_body) {

@@ -174,6 +174,21 @@ TEST_F(AHostReadAhead, ThatRefusesSeveralAndHasManyNamesLosesNoFeed) {
     }
 }
 
+// It would have answered, had it been asked when the first was over.
+TEST_F(AHostReadAhead, ThatIsTooBusyBesideAnotherRequestIsAskedOnceMoreInItsTurn) {
+    server.Answer("/first", {.body = "<a>1</a>", .delay = 300ms});
+    server.Answer("/second", {.status = 503, .headers = {{"Retry-After", "100"}}});
+    HttpSession session({});
+    session.Expect({server.Url("/first"), server.Url("/second")});
+    ASSERT_TRUE(WaitUntil([&] { return server.Requests("/second") == 1; }));
+    PumpFor(50ms);
+    EXPECT_EQ(server.Requests("/second"), 1U);
+    server.Answer("/second", {.body = "<a>2</a>"});
+    EXPECT_EQ(Load(session, server.Url("/first")), "1");
+    EXPECT_EQ(Load(session, server.Url("/second")), "2");
+    EXPECT_EQ(server.Requests("/second"), 2U);
+}
+
 TEST_F(AHostReadAhead, ThatIsBusyWithLaterFeedsMakesRoomForARedirectThatIsAwaited) {
     auto redirect = test::Redirect(server.Url("/quick"));
     redirect.delay = 100ms;

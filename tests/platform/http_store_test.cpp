@@ -130,6 +130,8 @@ TEST_F(CachedAnswers, ThatAreDamagedOrGoneAreFetchedAnewInTheSameLoad) {
     const std::pair<const char*, std::function<void()>> cases[] = {
         {"a byte", [&] { set_body("substr(" + body + ", 1, 20) || X'00' || substr(" + body + ", 22)"); }},
         {"end of the body", [&] { set_body("substr(" + body + ", 1, length(" + body + ") - 8)"); }},
+        {"another type", [&] { set_body("NULL"); }},
+        {"bytes", [&] { Kept("UPDATE Answers SET Body = CAST(Body AS BLOB), Url = 1, ContentType = NULL"); }},
         {"rows", [&] { Kept("DELETE FROM Answers"); }},
         {"another's answer", [&] { Kept("UPDATE Answers SET ETag = 'y', Body = 'x'"); }},
         {"no database", [&] { test::WriteFile(File(), std::string(5000, 'x')); }},
