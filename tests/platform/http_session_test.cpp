@@ -91,7 +91,8 @@ TEST_F(ReadingAhead, KeepsNoMoreBodiesThanMayBeAndLosesNone) {
     HttpSession session({.cache = false});
     session.Expect(addresses);
     EXPECT_EQ(Load(session, addresses.at(0)), "1");
-    EXPECT_LE(Asked(kCount), 1 + HttpSession::kMaxUnread / (std::size_t{4} << 20U) + HttpSession::kPerHost);
+    EXPECT_LE(Asked(kCount),
+              1 + HttpSession::kMaxUnread / (std::size_t{4} << 20U) + 2 * HttpSession::kPerHost);
     for (int number = 2; number <= kCount; ++number)
         ASSERT_EQ(Load(session, addresses.at(static_cast<std::size_t>(number - 1))), std::to_string(number));
 }
