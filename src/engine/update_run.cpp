@@ -145,7 +145,7 @@ void CDBUpdate::ReadAhead() {
                 for (; !channels->Eof(); channels->MoveNext()) addresses.push_back(AddressOf(*channels));
             }
         });
-        run([&] { loader_->ReadAhead(std::move(addresses)); });
+        run([&] { loader_->ReadAhead(addresses); });
     });
 }
 

@@ -42,7 +42,7 @@ HttpSession& clsChannel::Session() {
     return *session_;
 }
 
-void clsChannel::ReadAhead(std::vector<std::string> addresses) { Session().Expect(std::move(addresses)); }
+void clsChannel::ReadAhead(const std::vector<std::string>& addresses) { Session().Expect(addresses); }
 
 bool clsChannel::Load(const std::string& address) {
     bool loaded = false;

@@ -20,7 +20,7 @@ class HttpSession::Ahead final : public ExchangeObserver, public std::enable_sha
 public:
     explicit Ahead(const Settings& settings);
 
-    void Expect(std::vector<std::string> addresses);
+    void Expect(const std::vector<std::string>& addresses);
     void Clear();
     /// The exchange with that address, begun or not.
     std::shared_ptr<HttpExchange> Take(const std::string& address);

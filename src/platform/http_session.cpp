@@ -30,7 +30,7 @@ bool IsSilent(const HttpExchange& exchange) {
 HttpSession::HttpSession(const Settings& settings) : ahead_(std::make_shared<Ahead>(settings)) {}
 HttpSession::~HttpSession() { Cancel(); }
 
-void HttpSession::Expect(std::vector<std::string> addresses) { ahead_->Expect(std::move(addresses)); }
+void HttpSession::Expect(const std::vector<std::string>& addresses) { ahead_->Expect(addresses); }
 void HttpSession::Cancel() { ahead_->Clear(); }
 
 HttpSession::Ahead::Ahead(const Settings& settings)
@@ -40,7 +40,7 @@ HttpSession::Ahead::Ahead(const Settings& settings)
     QObject::connect(&watch_, &QTimer::timeout, &watch_, [this]() noexcept { LookAround(); });
 }
 
-void HttpSession::Ahead::Expect(std::vector<std::string> addresses) {
+void HttpSession::Ahead::Expect(const std::vector<std::string>& addresses) {
     Clear();
     if (settings_.read_ahead <= 0) return;
     Place place = 0;

@@ -45,7 +45,7 @@ public:
 
     /// The addresses that Load will be called with, in this order: their feeds are fetched ahead, as many at
     /// once as setting "ReadAhead" allows. Cancelling ends that.
-    void ReadAhead(std::vector<std::string> addresses);
+    void ReadAhead(const std::vector<std::string>& addresses);
 
     /// Fetches and reads the feed at an address, running the message loop meanwhile. True when a well-formed
     /// document arrived within 60 seconds and nobody cancelled; a document of an unknown format has no items.

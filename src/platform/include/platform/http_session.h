@@ -36,7 +36,7 @@ public:
 
     /// The addresses that will be asked for, in this order, instead of those that were expected before. What
     /// is asked for out of order is fetched anew, and what was passed over is dropped.
-    void Expect(std::vector<std::string> addresses);
+    void Expect(const std::vector<std::string>& addresses);
     /// Ends all that has been read ahead, and expects nothing more.
     void Cancel();
 
