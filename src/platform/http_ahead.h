@@ -48,7 +48,6 @@ private:
     bool HasRoom(const std::string& origin) const;
     bool IsHeldUp(const HttpExchange& exchange) const;
     std::optional<Place> NextToBegin();
-    void Begin(Place place);
     void GiveBack(Place place);
     void GiveBackUnread();
     void GiveBackLastOf(const std::string& origin);

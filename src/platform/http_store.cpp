@@ -76,9 +76,8 @@ std::optional<CachedAnswer> HttpStore::Find(const std::string& address) {
 
 std::optional<std::string> HttpStore::PackedBody(const std::string& address, const CachedAnswer& answer) {
     const auto rows = Read(
-        "SELECT Body FROM Answers WHERE Address = ? AND ETag = ? AND LastModified = ? AND Url = ? AND "
-        "Fetched "
-        "= ?",
+        "SELECT Body FROM Answers WHERE Address = ? AND ETag = ? AND LastModified = ? AND Url = ?"
+        " AND Fetched = ?",
         {address, answer.validators.etag, answer.validators.last_modified, answer.url,
          static_cast<double>(answer.fetched)});
     if (rows.empty()) return std::nullopt;
@@ -107,9 +106,8 @@ void HttpStore::Confirm(const std::string& address, const CachedAnswer& answer,
     if (confirmed.IsUsable() && validators != known &&
         (!validators.last_modified.empty() || validators.etag != known.etag))
         Write(
-            "UPDATE Answers SET ETag = ?, LastModified = ? WHERE Address = ? AND ETag = ? AND LastModified = "
-            "?"
-            " AND Url = ? AND Fetched = ?",
+            "UPDATE Answers SET ETag = ?, LastModified = ? WHERE Address = ? AND ETag = ? AND LastModified"
+            " = ? AND Url = ? AND Fetched = ?",
             {validators.etag, validators.last_modified, address, known.etag, known.last_modified, answer.url,
              static_cast<double>(answer.fetched)});
     // Not at every run: what is read need not be written.
