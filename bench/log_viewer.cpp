@@ -1,7 +1,7 @@
 // The download log viewer on a made log, by default of ten million rows: log_viewer [rows]. On the offscreen
 // platform or any other.
 
-#include "app/log_viewer.h"
+#include "app/log/log_viewer.h"
 
 #include <QApplication>
 #include <QHeaderView>
@@ -21,7 +21,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "app/globals.h"
+#include "app/shared/globals.h"
 #include "desktop/application.h"
 #include "infra/process_objects.h"
 #include "store/de1.h"

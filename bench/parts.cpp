@@ -15,7 +15,7 @@
 #include "infra/timer.h"
 #include "made_database.h"
 #include "made_feeds.h"
-#include "platform/message_loop.h"
+#include "platform/loop/message_loop.h"
 
 namespace pellago::bench {
 namespace {

@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/message_loop.h"
+#include "platform/loop/message_loop.h"
 #include "test_bed.h"
 
 namespace pellago::bench {

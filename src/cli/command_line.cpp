@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "cli/verbs.h"
-#include "platform/process.h"
+#include "platform/files/program.h"
 
 namespace pellago::cli {
 namespace {

@@ -10,7 +10,7 @@
 #include "cli/output.h"
 #include "cli/program.h"
 #include "infra/process_objects.h"
-#include "platform/message_loop.h"
+#include "platform/loop/message_loop.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "cli/plain_text.h"
 
-#include "platform/terminal_text.h"
+#include "platform/values/terminal_text.h"
 
 namespace pellago::cli {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/date_time.h"
+#include "platform/values/date_time.h"
 #include "store/de1.h"
 
 namespace pellago::cli {

@@ -1,7 +1,7 @@
 #include "cli/verbs.h"
 #include "database.h"
 #include "infra/process_objects.h"
-#include "platform/text.h"
+#include "platform/values/text.h"
 
 namespace pellago::cli {
 namespace {

@@ -5,9 +5,9 @@
 
 #include "cli/exit_status.h"
 #include "feed_address.h"
-#include "platform/message_loop.h"
-#include "platform/text.h"
-#include "platform/xml_document.h"
+#include "platform/loop/message_loop.h"
+#include "platform/values/text.h"
+#include "platform/xml/xml_document.h"
 #include "store/web_address.h"
 #include "subscription_list.h"
 

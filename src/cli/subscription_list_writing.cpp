@@ -1,4 +1,4 @@
-#include "platform/text.h"
+#include "platform/values/text.h"
 #include "store/web_address.h"
 #include "subscription_list.h"
 

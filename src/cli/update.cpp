@@ -12,11 +12,11 @@
 #include "infra/error_handler.h"
 #include "infra/process_objects.h"
 #include "live_display.h"
-#include "platform/message_box.h"
-#include "platform/message_loop.h"
-#include "platform/terminal_text.h"
-#include "platform/termination_signal.h"
-#include "platform/thread_timer.h"
+#include "platform/loop/message_loop.h"
+#include "platform/loop/termination_signal.h"
+#include "platform/loop/thread_timer.h"
+#include "platform/system/message_box.h"
+#include "platform/values/terminal_text.h"
 #include "run_record.h"
 
 namespace pellago::cli {

@@ -14,8 +14,8 @@
 #include "desktop/event_handler.h"
 #include "desktop/icons.h"
 #include "desktop/message_box.h"
-#include "platform/session_bus.h"
-#include "platform/terminal_text.h"
+#include "platform/system/session_bus.h"
+#include "platform/values/terminal_text.h"
 
 namespace pellago {
 namespace {

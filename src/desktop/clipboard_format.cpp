@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "platform/text.h"
+#include "platform/values/text.h"
 
 namespace pellago {
 namespace {

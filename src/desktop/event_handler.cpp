@@ -5,7 +5,7 @@
 #include <exception>
 #include <utility>
 
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 
 namespace pellago {
 

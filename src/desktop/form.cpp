@@ -13,8 +13,8 @@
 
 #include "desktop/application.h"
 #include "desktop/event_handler.h"
-#include "platform/run_time_error.h"
-#include "platform/window_messages.h"
+#include "platform/values/run_time_error.h"
+#include "platform/windows/window_messages.h"
 #include "stand_before.h"
 
 namespace pellago {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/run_time_error.h"
+#include "platform/values/run_time_error.h"
 
 static void RegisterIcons() { Q_INIT_RESOURCE(icons); }
 

@@ -6,7 +6,7 @@
 #include <QTextDocument>
 
 #include "desktop/icons.h"
-#include "platform/window_messages.h"
+#include "platform/windows/window_messages.h"
 #include "tray_host.h"
 
 namespace pellago {

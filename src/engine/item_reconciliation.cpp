@@ -3,8 +3,8 @@
 #include "engine/update_run.h"
 #include "feeds/channel.h"
 #include "infra/errors_to_file.h"
-#include "platform/message_loop.h"
-#include "platform/text.h"
+#include "platform/loop/message_loop.h"
+#include "platform/values/text.h"
 #include "required.h"
 
 namespace pellago {

@@ -6,8 +6,8 @@
 #include "infra/app_settings.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
-#include "platform/message_loop.h"
-#include "platform/text.h"
+#include "platform/loop/message_loop.h"
+#include "platform/values/text.h"
 
 namespace pellago {
 namespace {

@@ -3,7 +3,7 @@
 #include "feeds/rss_date_time.h"
 #include "infra/errors_to_file.h"
 #include "infra/process_objects.h"
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 #include "value_reading.h"
 
 namespace pellago {

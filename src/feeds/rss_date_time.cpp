@@ -8,8 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/run_time_error.h"
-#include "platform/text.h"
+#include "platform/values/run_time_error.h"
+#include "platform/values/text.h"
 
 namespace pellago {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/xml_document.h"
+#include "platform/xml/xml_document.h"
 
 namespace pellago {
 

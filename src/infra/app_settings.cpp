@@ -4,7 +4,7 @@
 
 #include "infra/component_errors.h"
 #include "infra/guarded_routine.h"
-#include "platform/registry.h"
+#include "platform/registry/registry.h"
 
 namespace pellago {
 namespace {

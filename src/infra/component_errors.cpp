@@ -1,6 +1,6 @@
 #include "infra/component_errors.h"
 
-#include "platform/process.h"
+#include "platform/files/program.h"
 
 namespace pellago {
 

@@ -8,12 +8,12 @@
 #include "infra/component_errors.h"
 #include "infra/process_objects.h"
 #include "log_file.h"
-#include "platform/date_time.h"
-#include "platform/event_log.h"
-#include "platform/message_box.h"
-#include "platform/run_time_error.h"
-#include "platform/system_version.h"
-#include "platform/terminal_text.h"
+#include "platform/system/event_log.h"
+#include "platform/system/message_box.h"
+#include "platform/system/system_version.h"
+#include "platform/values/date_time.h"
+#include "platform/values/run_time_error.h"
+#include "platform/values/terminal_text.h"
 
 namespace pellago {
 namespace {

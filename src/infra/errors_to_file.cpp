@@ -4,8 +4,8 @@
 
 #include "infra/guarded_routine.h"
 #include "log_file.h"
-#include "platform/date_time.h"
-#include "platform/process.h"
+#include "platform/files/program.h"
+#include "platform/values/date_time.h"
 
 namespace pellago {
 

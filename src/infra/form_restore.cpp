@@ -7,8 +7,8 @@
 #include "infra/app_settings.h"
 #include "infra/component_errors.h"
 #include "infra/guarded_routine.h"
-#include "platform/text.h"
-#include "platform/variant.h"
+#include "platform/values/text.h"
+#include "platform/values/variant.h"
 
 namespace pellago {
 namespace {

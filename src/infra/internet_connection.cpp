@@ -1,7 +1,7 @@
 #include "infra/internet_connection.h"
 
 #include "infra/component_errors.h"
-#include "platform/connection_state.h"
+#include "platform/net/internet_state.h"
 
 namespace pellago {
 namespace {

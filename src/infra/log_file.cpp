@@ -2,7 +2,7 @@
 
 #include <fstream>
 
-#include "platform/run_time_error.h"
+#include "platform/values/run_time_error.h"
 
 namespace pellago {
 

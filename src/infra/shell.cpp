@@ -5,9 +5,9 @@
 #include <filesystem>
 
 #include "infra/component_errors.h"
-#include "platform/registry.h"
-#include "platform/shell_execute.h"
-#include "platform/text.h"
+#include "platform/registry/registry.h"
+#include "platform/system/shell_execute.h"
+#include "platform/values/text.h"
 
 namespace pellago {
 namespace {

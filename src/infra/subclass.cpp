@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/window_messages.h"
+#include "platform/windows/window_messages.h"
 
 namespace pellago {
 namespace {

@@ -1,7 +1,7 @@
 #include "infra/timer.h"
 
 #include "infra/guarded_routine.h"
-#include "platform/thread_timer.h"
+#include "platform/loop/thread_timer.h"
 
 namespace pellago {
 

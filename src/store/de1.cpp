@@ -5,7 +5,7 @@
 #include "commands.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
-#include "platform/process.h"
+#include "platform/files/program.h"
 #include "store/schema.h"
 
 namespace pellago {

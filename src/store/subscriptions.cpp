@@ -2,7 +2,7 @@
 
 #include <map>
 
-#include "platform/text.h"
+#include "platform/values/text.h"
 
 namespace pellago {
 namespace {

@@ -1,6 +1,6 @@
 #include "store/web_address.h"
 
-#include "platform/text.h"
+#include "platform/values/text.h"
 
 namespace pellago {
 namespace {

@@ -10,8 +10,8 @@
 #include <optional>
 
 #include "desktop/message_box.h"
-#include "platform/message_loop.h"
-#include "platform/run_time_error.h"
+#include "platform/loop/message_loop.h"
+#include "platform/values/run_time_error.h"
 #include "support/child.h"
 #include "support/support.h"
 #include "telling_form.h"

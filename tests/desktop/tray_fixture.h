@@ -9,7 +9,7 @@
 
 #include "desktop/icons.h"
 #include "desktop/notify_icon.h"
-#include "platform/window_messages.h"
+#include "platform/windows/window_messages.h"
 #include "support/wait_until.h"
 
 namespace pellago::test {

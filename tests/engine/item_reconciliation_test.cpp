@@ -1,5 +1,5 @@
 #include "infra/errors_to_file.h"
-#include "platform/text.h"
+#include "platform/values/text.h"
 #include "support/a_run.h"
 
 namespace pellago::test {

@@ -1,5 +1,5 @@
 #include "all_kinds.h"
-#include "platform/thread_timer.h"
+#include "platform/loop/thread_timer.h"
 #include "support/a_run.h"
 #include "support/wait_until.h"
 

@@ -1,5 +1,5 @@
 #include "infra/errors_to_file.h"
-#include "platform/thread_timer.h"
+#include "platform/loop/thread_timer.h"
 #include "support/a_run.h"
 
 namespace pellago::test {

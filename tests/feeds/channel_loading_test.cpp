@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "feeds/channel.h"
-#include "platform/thread_timer.h"
+#include "platform/loop/thread_timer.h"
 #include "support/http_server.h"
 #include "support/support.h"
 

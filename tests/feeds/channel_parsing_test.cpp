@@ -3,8 +3,8 @@
 #include "feeds/channel.h"
 #include "feeds/rss_date_time.h"
 #include "infra/errors_to_file.h"
-#include "platform/message_box.h"
-#include "platform/text.h"
+#include "platform/system/message_box.h"
+#include "platform/values/text.h"
 #include "support/support.h"
 
 namespace pellago {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "app/command_args.h"
+#include "app/start/command_args.h"
 
 // Whatever the line: each argument has a name and a value, and both stand in the line.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "feeds/channel.h"
-#include "platform/message_loop.h"
+#include "platform/loop/message_loop.h"
 
 // The document reader and the three parsers, by the way that a file takes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

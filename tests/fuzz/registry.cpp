@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/registry_text.h"
+#include "platform/registry/registry_text.h"
 
 // What is read must be written so that it reads the same.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

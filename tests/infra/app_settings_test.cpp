@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "platform/process.h"
+#include "platform/files/program.h"
 #include "support/support.h"
 #include "support/thrown.h"
 

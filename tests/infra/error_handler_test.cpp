@@ -6,12 +6,12 @@
 
 #include "infra/errors_to_file.h"
 #include "infra/process_objects.h"
-#include "platform/date_time.h"
-#include "platform/event_log.h"
-#include "platform/message_box.h"
-#include "platform/process.h"
-#include "platform/run_time_error.h"
-#include "platform/system_version.h"
+#include "platform/files/program.h"
+#include "platform/system/event_log.h"
+#include "platform/system/message_box.h"
+#include "platform/system/system_version.h"
+#include "platform/values/date_time.h"
+#include "platform/values/run_time_error.h"
 #include "support/support.h"
 #include "support/thrown.h"
 

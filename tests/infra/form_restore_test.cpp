@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "infra/app_settings.h"
-#include "platform/process.h"
-#include "platform/run_time_error.h"
+#include "platform/files/program.h"
+#include "platform/values/run_time_error.h"
 #include "support/support.h"
 #include "support/thrown.h"
 

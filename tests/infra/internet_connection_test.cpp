@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/connection_state.h"
-#include "platform/process.h"
-#include "platform/registry.h"
+#include "platform/files/program.h"
+#include "platform/net/internet_state.h"
+#include "platform/registry/registry.h"
 #include "support/support.h"
 #include "support/thrown.h"
 

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "platform/process.h"
-#include "platform/registry.h"
+#include "platform/files/program.h"
+#include "platform/registry/registry.h"
 #include "support/stand_in_opener.h"
 #include "support/thrown.h"
 #include "support/wait_until.h"

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "platform/window_messages.h"
+#include "platform/windows/window_messages.h"
 #include "support/support.h"
 
 namespace pellago {

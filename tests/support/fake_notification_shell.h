@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "desktop/notify_icon.h"
-#include "platform/message_loop.h"
-#include "platform/window_messages.h"
+#include "platform/loop/message_loop.h"
+#include "platform/windows/window_messages.h"
 
 namespace pellago::test {
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/message_loop.h"
+#include "platform/loop/message_loop.h"
 
 // The main of test programs whose subjects need the message loop.
 int main(int argc, char** argv) {

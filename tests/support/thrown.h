@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/run_time_error.h"
+#include "platform/values/run_time_error.h"
 
 namespace pellago::test {
 

@@ -3,8 +3,8 @@
 #include <chrono>
 #include <functional>
 
-#include "platform/message_loop.h"
-#include "platform/thread_timer.h"
+#include "platform/loop/message_loop.h"
+#include "platform/loop/thread_timer.h"
 
 namespace pellago::test {
 

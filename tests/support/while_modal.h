@@ -4,7 +4,7 @@
 #include <QWidget>
 #include <functional>
 
-#include "platform/thread_timer.h"
+#include "platform/loop/thread_timer.h"
 
 namespace pellago::test {
 

@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
-#include "platform/run_time_error.h"
-#include "platform/variant.h"
-#include "sqlite_database.h"
+#include "platform/data/sqlite_database.h"
+#include "platform/values/run_time_error.h"
+#include "platform/values/variant.h"
 
 namespace pellago::data {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "connection_state.h"
-#include "recordset_state.h"
+#include "connection_impl.h"
+#include "platform/data/sqlite_error.h"
+#include "recordset_impl.h"
 #include "sql_text.h"
-#include "sqlite_error.h"
 
 namespace pellago {
 namespace {

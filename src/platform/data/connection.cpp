@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "connection_state.h"
-#include "platform/thread_timer.h"
-#include "sqlite_error.h"
+#include "connection_impl.h"
+#include "platform/data/sqlite_error.h"
+#include "platform/loop/thread_timer.h"
 
 namespace pellago {
 namespace {

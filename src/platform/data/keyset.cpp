@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "background_query.h"
-#include "connection_state.h"
+#include "connection_impl.h"
 #include "key_runs.h"
-#include "recordset_state.h"
-#include "sqlite_error.h"
+#include "platform/data/sqlite_error.h"
+#include "recordset_impl.h"
 
 namespace pellago {
 namespace {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/variant.h"
-#include "sqlite_database.h"
+#include "platform/data/sqlite_database.h"
+#include "platform/values/variant.h"
 
 namespace pellago::data {
 

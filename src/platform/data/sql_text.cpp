@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "platform/data/connection.h"
-#include "sqlite_database.h"
-#include "sqlite_error.h"
+#include "platform/data/sqlite_database.h"
+#include "platform/data/sqlite_error.h"
 
 namespace pellago::data {
 namespace {

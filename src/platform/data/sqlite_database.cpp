@@ -1,4 +1,4 @@
-#include "sqlite_database.h"
+#include "platform/data/sqlite_database.h"
 
 #include <sys/stat.h>
 
@@ -10,9 +10,9 @@
 #include <utility>
 
 #include "platform/data/connection.h"
-#include "platform/long_wait.h"
-#include "platform/run_time_error.h"
-#include "sqlite_error.h"
+#include "platform/data/sqlite_error.h"
+#include "platform/loop/long_wait.h"
+#include "platform/values/run_time_error.h"
 
 namespace pellago::data {
 namespace {

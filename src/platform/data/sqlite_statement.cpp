@@ -1,6 +1,6 @@
 #include <limits>
 
-#include "sqlite_database.h"
+#include "platform/data/sqlite_database.h"
 
 namespace pellago::data {
 namespace {

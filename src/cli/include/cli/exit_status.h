@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/context.h"
-#include "platform/run_time_error.h"
+#include "platform/values/run_time_error.h"
 
 namespace pellago::cli {
 

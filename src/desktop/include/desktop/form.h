@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/window_placement.h"
+#include "platform/windows/window_placement.h"
 
 class QEventLoop;
 

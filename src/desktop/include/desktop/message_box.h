@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 
 namespace pellago {
 

@@ -9,7 +9,7 @@
 #include "infra/timer.h"
 #include "platform/data/command.h"
 #include "platform/data/recordset.h"
-#include "platform/variant.h"
+#include "platform/values/variant.h"
 
 namespace pellago {
 

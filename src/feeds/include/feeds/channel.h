@@ -7,9 +7,9 @@
 
 #include "feeds/items.h"
 #include "infra/timer.h"
-#include "platform/date_time.h"
-#include "platform/http_session.h"
-#include "platform/xml_document.h"
+#include "platform/net/http_session.h"
+#include "platform/values/date_time.h"
+#include "platform/xml/xml_document.h"
 
 namespace pellago {
 

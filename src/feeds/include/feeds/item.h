@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/date_time.h"
-#include "platform/xml_document.h"
+#include "platform/values/date_time.h"
+#include "platform/xml/xml_document.h"
 
 namespace pellago {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/date_time.h"
-#include "platform/reg_exp.h"
+#include "platform/values/date_time.h"
+#include "platform/values/reg_exp.h"
 
 namespace pellago {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/registry.h"
-#include "platform/variant.h"
+#include "platform/registry/registry.h"
+#include "platform/values/variant.h"
 
 namespace pellago {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/run_time_error.h"
+#include "platform/values/run_time_error.h"
 
 namespace pellago {
 

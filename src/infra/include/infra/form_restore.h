@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/window_placement.h"
+#include "platform/windows/window_placement.h"
 
 namespace pellago {
 

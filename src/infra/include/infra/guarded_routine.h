@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/run_time_error.h"
+#include "platform/values/run_time_error.h"
 
 // The guarded-routine convention. A routine is a sequence of statements; when one fails, a decision is taken:
 // leave the routine, run the statement again, or go on with the next one. Routines have no try/catch of their

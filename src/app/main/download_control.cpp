@@ -1,0 +1,195 @@
+#include <QCheckBox>
+#include <utility>
+
+#include "app/errors/channel_errors.h"
+#include "app/log/log_viewer.h"
+#include "app/main/main_window.h"
+#include "app/shared/globals.h"
+#include "desktop/message_box.h"
+#include "desktop/progress_display.h"
+#include "engine/run_objects.h"
+#include "infra/guarded_routine.h"
+#include "infra/internet_connection.h"
+#include "infra/process_objects.h"
+#include "main_window_controls.h"
+#include "platform/files/program.h"
+
+namespace pellago {
+namespace {
+
+constexpr const char* kTitle = "Pellago";
+constexpr std::uint32_t kBalloonMs = 5000;
+constexpr std::int32_t kNoticeSeconds = 10;
+constexpr const char* kNothingDone = "0 %";
+
+std::string At(const char* what) { return std::string(what) + " at " + DefaultText(Now()); }
+
+}  // namespace
+
+void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
+    // Begun inside the question whether to close, it would keep the answer from being heard.
+    if (dbu_ || asking_ || !IsLoaded()) return;
+    if (!Tray()) CreateSysTrayIcon();
+    if (!IsInternetConnected()) return TellNoConnection();
+    ShowRunning();
+    // What failed so far was shown, and anything may have happened meanwhile.
+    if (dbu_ || !IsLoaded()) return;
+    sibling_hangs_ = false;
+    IgnoringErrors([&](Statements& run) {
+        run([&] { RunUpdate(mode, id); });
+        // Also where it was aborted in its middle: no other one could ever be started.
+        run([&] { dbu_.reset(); });
+        run([&] { ShowIdle(); });
+        // The program may now wait for hours, with what the largest feed took.
+        run([] { ReturnFreeMemory(); });
+    });
+}
+
+void frmMain::StopUpdate() {
+    if (dbu_) dbu_->Cancel(true);
+}
+
+void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
+    Guarded("Corvane.frmMain.StartUpdate", [&](Statements& run) {
+        CDBUpdateEvents& events = *this;
+        run([&] { dbu_ = std::make_unique<CDBUpdate>(events); });
+        if (!dbu_) return;
+        run([&] { channel_error_list_.emplace(); });
+        run([&] { InitDBObjects(*dbu_); });
+        run([&] { RunEngine(mode, id); });
+        run([&] { ShowIdle(); });
+        if (dbu_->Cancel()) {
+            run([&] { ResetProgress(At("Downloading canceled")); });
+            if (GivesBalloons()) run([&] { ShowBalloon("News download canceled", NIIF_WARNING); });
+        } else {
+            run([&] { ResetProgress(At("Downloading done")); });
+            run([&] { TellOutcome(); });
+        }
+    });
+}
+
+void frmMain::InitDBObjects(CDBUpdate& engine) {
+    Guarded("Corvane.frmMain.InitDBObjects",
+            [&](Statements& run) { pellago::InitDBObjects(run, engine, DataEnvironment()); });
+}
+
+void frmMain::RunEngine(std::int32_t mode, std::int32_t id) {
+    // Stopped while an error of the database was shown; the engine would begin by forgetting that.
+    if (dbu_->Cancel()) return;
+    dbu_->OnlyActive(mode == update_mode::kAll);
+    if (mode == update_mode::kAll)
+        dbu_->Update();
+    else if (mode == update_mode::kProvider)
+        dbu_->UpdateOnlyOneProvider(id);
+    else if (mode == update_mode::kChannel)
+        dbu_->UpdateOnlyOneChannel(id);
+}
+
+bool frmMain::IsInternetConnected() const {
+    bool connected = false;
+    IgnoringErrors([&](Statements& run) { run([&] { connected = CInternetConnection().Connected(); }); });
+    return connected;
+}
+
+void frmMain::TellNoConnection() {
+    IgnoringErrors([&](Statements& run) {
+        const auto* text = "Sorry, the Internet connection is not available!";
+        if (controls_->chkSilent->isChecked()) {
+            if (!isVisible() && Tray())
+                run([&] { ShowBalloon(text, NIIF_INFO); });
+            else
+                run([&] { ShowTimedMessage(text, gAppTitle, kNoticeSeconds); });
+        }
+        run([&] { ResetProgress("Error: the Internet connection is not available"); });
+    });
+}
+
+void frmMain::ShowRunning() {
+    shows_running_ = true;
+    IgnoringErrors([&](Statements& run) {
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_start_index_, false); }); });
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_exit_index_, false); }); });
+        run([&] { WithTray([&](auto& tray) { tray.EnableMenuItem(menu_stop_index_, true); }); });
+        if (GivesBalloons()) run([&] { ShowBalloon("News downloading started", NIIF_INFO); });
+    });
+}
+
+void frmMain::ShowIdle() {
+    if (!std::exchange(shows_running_, false)) return;
+    WithTray([&](auto& tray) { tray.IconHandle(icon_); });
+    WithTray([&](auto& tray) { tray.ToolTip(kTitle); });
+    WithTray([&](auto& tray) { tray.EnableMenuItem(menu_start_index_, true); });
+    WithTray([&](auto& tray) { tray.EnableMenuItem(menu_exit_index_, true); });
+    WithTray([&](auto& tray) { tray.EnableMenuItem(menu_stop_index_, false); });
+}
+
+void frmMain::TellOutcome() {
+    if (isVisible()) {
+        if (!channel_error_list_)
+            ShowTimedMessage(At("News downloading done"), kTitle, kNoticeSeconds);
+        else if (!channel_error_list_->empty())
+            ShowChannelErrors();
+    } else if (GivesBalloons()) {
+        if (channel_error_list_ && !channel_error_list_->empty() &&
+            controls_->chkShowChannelsErrors->isChecked())
+            ShowBalloon("News downloading done with errors", NIIF_ERROR);
+        else
+            ShowBalloon("News downloading done", NIIF_INFO);
+    }
+}
+
+bool frmMain::GivesBalloons() const { return !isVisible() && !controls_->chkSilent->isChecked(); }
+
+void frmMain::ShowBalloon(const std::string& text, std::uint32_t kind) {
+    WithTray([&](auto& tray) { tray.ShowBalloonTip(text, kTitle, kind, kBalloonMs); });
+}
+
+void frmMain::ResetProgress(const std::string& text) {
+    provider_->Line("Provider:");
+    channel_->Line("Channel:");
+    if (!text.empty()) item_->Line(text);
+    for (auto* display : {provider_.get(), channel_.get(), item_.get()}) display->Progress(0, kNothingDone);
+    pace_->Flush();
+}
+
+// The list is taken away first: a click on the balloon must not bring up the dialog a second time.
+void frmMain::ShowChannelErrors() {
+    IgnoringErrors([&](Statements& run) {
+        const auto list = std::exchange(channel_error_list_, std::nullopt);
+        if (!list || list->empty() || !controls_->chkShowChannelsErrors->isChecked()) return;
+        frmChannelErrors dialog;
+        run([&] { dialog.Load(); });
+        run([&] { dialog.FillChannels(*list); });
+        run([&] { dialog.SupportMail(gErrorHandler->SupportMail()); });
+        run([&] { dialog.BringToTop(); });
+        run([&] { MessageBeep(); });
+        run([&] { dialog.Show(ShowMode::kModal); });
+        run([&] { dialog.Unload(); });
+    });
+}
+
+void frmMain::cmdUpdate_Click() {
+    Guarded("Corvane.frmMain.cmdUpdate_Click", [&](Statements& run) {
+        if (dbu_) return;
+        run([&] { update_timer_.reset(); });
+        run([&] { StartUpdate(update_mode::kAll, 0); });
+        run([&] { StartUpdateTimer(); });
+    });
+}
+
+void frmMain::cmdStop_Click() { StopUpdate(); }
+
+void frmMain::cmdLog_Click() {
+    Guarded("Corvane.frmMain.cmdLog_Click", [&](Statements& run) {
+        if (channel_error_list_ && !channel_error_list_->empty()) {
+            run([&] { ShowChannelErrors(); });
+            return;
+        }
+        frmLog log;
+        run([&] { log.Load(); });
+        run([&] { log.Show(ShowMode::kModal); });
+        run([&] { log.Unload(); });
+    });
+}
+
+}  // namespace pellago

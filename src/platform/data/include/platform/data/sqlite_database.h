@@ -1,0 +1,117 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/values/variant.h"
+
+namespace pellago::data {
+
+enum class ColumnKind { kPlain, kBoolean, kDate };
+
+struct Column {
+    std::string name;
+    ColumnKind kind = ColumnKind::kPlain;
+    std::string table;   ///< where its values are kept; empty for an expression
+    std::string origin;  ///< its name in that table
+    bool is_key = false;
+};
+using Columns = std::vector<Column>;
+using Row = std::vector<Variant>;
+
+/// A 32-bit integer, or a double beyond its range.
+Variant Integer(std::int64_t number);
+
+/// A prepared statement. Lives no longer than its database.
+class Statement final {
+public:
+    explicit Statement(sqlite3_stmt* handle);
+
+    std::string_view Sql() const { return sqlite3_sql(handle_.get()); }
+    /// Kept alive by the rows' owner also when the statement is prepared anew.
+    const std::shared_ptr<const Columns>& ResultColumns() const { return columns_; }
+
+private:
+    friend class Database;
+    Row TakeRow();
+    Variant TakeValue(int index) const;
+
+    struct Finalizer {
+        void operator()(sqlite3_stmt* handle) const { sqlite3_finalize(handle); }
+    };
+    std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
+    std::shared_ptr<const Columns> columns_;
+};
+
+/// An open database file with the statements that were prepared on it. Every failure of the library leaves
+/// here as a RunTimeError with a number of data_error.
+class Database final {
+public:
+    /// Opens an existing file, for reading alone where it cannot be written.
+    explicit Database(const std::string& path);
+    /// The same for another thread than the program's. `goes_on` is asked often while a statement runs or
+    /// waits; false ends it.
+    Database(const std::string& path, std::function<bool()> goes_on);
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// The statement of that text, prepared at its first use and kept.
+    Statement& Prepared(const std::string& sql);
+    /// The first statement of `sql`, which becomes what follows it. Null when only blanks are left.
+    std::unique_ptr<Statement> TakeStatement(std::string_view& sql);
+
+    /// Runs a statement to its end; no lock is left behind but that of an open transaction.
+    std::vector<Row> Run(Statement& statement, const std::vector<Variant>& values);
+    /// The same, each row given to `visit` when it is found.
+    void ForEach(Statement& statement, const std::vector<Variant>& values,
+                 const std::function<void(Row row)>& visit);
+
+    /// The key that the last insert gave its row.
+    Variant LastKey() const { return Integer(sqlite3_last_insert_rowid(handle_.get())); }
+    /// The number of rows that the last statement that writes has touched.
+    std::int64_t Changes() const { return sqlite3_changes64(handle_.get()); }
+    bool InTransaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
+    bool ReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
+    /// Ends an open transaction, whatever the library says to it.
+    void Rollback();
+
+private:
+    void OpenReadable();
+    void OpenFile(const std::string& file, int flags);
+    void SetWaiting(sqlite3* handle);
+    void CheckReadable();
+    void SetJournal();
+    std::unique_ptr<Statement> Prepare(std::string_view sql, unsigned flags, std::size_t& length);
+    void Bind(Statement& statement, const std::vector<Variant>& values);
+    [[noreturn]] void Raise(int code) const;
+    void Check(int code) const {
+        if (code != SQLITE_OK) Raise(code);
+    }
+
+    struct Closer {
+        void operator()(sqlite3* handle) const { sqlite3_close(handle); }
+    };
+    std::string path_;
+    std::function<bool()> goes_on_;  ///< empty on the program's thread
+    std::chrono::steady_clock::time_point waiting_since_;
+    std::unique_ptr<sqlite3, Closer> handle_;
+    // After handle_: statements go before the connection they belong to.
+    std::unordered_map<std::string, std::unique_ptr<Statement>> prepared_;
+};
+
+/// Column names are equal without regard to the case of ASCII letters.
+inline bool SameName(std::string_view a, std::string_view b) {
+    return a == b ||
+           (a.size() == b.size() && sqlite3_strnicmp(a.data(), b.data(), static_cast<int>(a.size())) == 0);
+}
+
+}  // namespace pellago::data

@@ -1,0 +1,88 @@
+#include "platform/loop/thread_timer.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTimerEvent>
+#include <algorithm>
+#include <ctime>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "platform/values/run_time_error.h"
+
+namespace pellago {
+namespace {
+
+using Callback = std::function<void(std::uint32_t)>;
+
+/// All timers of the process.
+class Timers final : public QObject {
+public:
+    using QObject::QObject;
+
+    std::int32_t Start(std::int32_t interval, Callback callback) {
+        const int id = startTimer(std::max(interval, 1), Qt::PreciseTimer);
+        if (id == 0) throw RunTimeError(error_number::kInternalError, "", "The timer cannot be started");
+        running_[id] = std::make_shared<const Callback>(std::move(callback));
+        return id;
+    }
+
+    bool Kill(std::int32_t id) {
+        if (running_.erase(id) == 0) return false;
+        killTimer(id);
+        return true;
+    }
+
+protected:
+    void timerEvent(QTimerEvent* event) noexcept override {
+        const auto found = running_.find(event->timerId());
+        if (found == running_.end()) return;
+        // The callback may kill its own timer and must outlive that.
+        const auto callback = found->second;
+        (*callback)(GetTickCount());
+    }
+
+private:
+    std::map<std::int32_t, std::shared_ptr<const Callback>> running_;
+};
+
+QPointer<Timers> timers;
+
+std::function<std::int32_t(std::int32_t)>& IntervalReplacement() {
+    static std::function<std::int32_t(std::int32_t)> replacement;
+    return replacement;
+}
+
+Timers& AllTimers() {
+    if (auto* known = timers.data()) return *known;
+    auto* application = QCoreApplication::instance();
+    if (!application) throw RunTimeError(error_number::kObjectNotSet, "", "There is no message loop");
+    auto* made = new Timers(application);  // owned by the application
+    timers = made;
+    return *made;
+}
+
+}  // namespace
+
+std::uint32_t GetTickCount() {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<std::uint32_t>(now.tv_sec * 1000 + now.tv_nsec / 1'000'000);
+}
+
+std::int32_t SetTimer(std::int32_t interval, std::function<void(std::uint32_t tick_count)> callback) {
+    const auto& replacement = IntervalReplacement();
+    return AllTimers().Start(replacement ? replacement(interval) : interval, std::move(callback));
+}
+
+void ReplaceTimerInterval(std::function<std::int32_t(std::int32_t interval)> replacement) {
+    IntervalReplacement() = std::move(replacement);
+}
+
+bool KillTimer(std::int32_t id) {
+    auto* known = timers.data();
+    return known && known->Kill(id);
+}
+
+}  // namespace pellago
