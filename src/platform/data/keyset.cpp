@@ -6,7 +6,7 @@
 
 #include "background_query.h"
 #include "connection_impl.h"
-#include "key_runs.h"
+#include "key_list.h"
 #include "platform/data/sqlite_error.h"
 #include "recordset_impl.h"
 
@@ -34,7 +34,7 @@ std::string Where(const data::Condition& condition) {
 
 std::int64_t WholeNumber(const Variant& value) {
     if (const auto* number = std::get_if<std::int32_t>(&value)) return *number;
-    if (const auto* number = std::get_if<double>(&value)) return static_cast<std::int64_t>(*number);
+    if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
     return 0;
 }
 
@@ -65,7 +65,7 @@ struct BackgroundSelect {
 struct Keyset::State {
     std::shared_ptr<Connection> connection;
     std::string page_query;
-    data::KeyRuns keys;
+    data::KeyList keys;
     bool is_complete = false;
     std::optional<ErrorInfo> failure;
     std::map<std::size_t, std::vector<data::Row>> pages;

@@ -123,7 +123,7 @@ void Database::OpenFile(const std::string& file, int flags) {
     SetWaiting(handle);
 }
 
-// Long waits, as the program's thread knows them, are for that thread alone.
+// LongWaitGoesOn may turn the program's windows, so it is for the program's thread alone.
 void Database::SetWaiting(sqlite3* handle) {
     if (!goes_on_) {
         Check(sqlite3_busy_handler(handle, WaitForLock, &waiting_since_));
@@ -205,6 +205,8 @@ void Database::Bind(Statement& statement, const std::vector<Variant>& values) {
             Check(sqlite3_bind_text64(handle, index, text->data(), text->size(), SQLITE_STATIC, SQLITE_UTF8));
         else if (const auto* number = std::get_if<std::int32_t>(&value))
             Check(sqlite3_bind_int(handle, index, *number));
+        else if (const auto* long_number = std::get_if<std::int64_t>(&value))
+            Check(sqlite3_bind_int64(handle, index, *long_number));
         else if (const auto* boolean = std::get_if<bool>(&value))
             Check(sqlite3_bind_int(handle, index, *boolean ? 1 : 0));
         else if (const auto* fraction = std::get_if<double>(&value))

@@ -41,7 +41,7 @@ std::shared_ptr<const Columns> Describe(sqlite3_stmt* statement) {
 
 Variant Integer(std::int64_t number) {
     using Limits = std::numeric_limits<std::int32_t>;
-    if (number < Limits::min() || number > Limits::max()) return static_cast<double>(number);
+    if (number < Limits::min() || number > Limits::max()) return number;
     return static_cast<std::int32_t>(number);
 }
 

@@ -34,8 +34,8 @@ std::string NumberText(double value) {
 }  // namespace
 
 std::string_view TypeName(const Variant& value) {
-    static constexpr std::array<std::string_view, 7> kNames = {"Null", "Boolean", "Long",  "Double",
-                                                               "Date", "String",  "Byte()"};
+    static constexpr std::array<std::string_view, 8> kNames = {"Null",   "Boolean", "Long",   "LongLong",
+                                                               "Double", "Date",    "String", "Byte()"};
     return kNames.at(value.index());
 }
 
@@ -44,6 +44,7 @@ std::string CStr(const Variant& value) {
                           [](Null) -> std::string { RaiseInvalidNull(); },
                           [](bool b) -> std::string { return b ? "True" : "False"; },
                           [](std::int32_t i) { return std::to_string(i); },
+                          [](std::int64_t i) { return std::to_string(i); },
                           [](double d) { return NumberText(d); },
                           [](DateTime d) { return DefaultText(d); },
                           [](const std::string& s) { return s; },
@@ -58,6 +59,7 @@ std::int32_t CLng(const Variant& value) {
             [](Null) -> std::int32_t { RaiseInvalidNull(); },
             [](bool b) -> std::int32_t { return b ? -1 : 0; },
             [](std::int32_t i) { return i; },
+            [](std::int64_t i) { return LongFromDouble(static_cast<double>(i)); },
             [](double d) { return LongFromDouble(d); },
             [](DateTime d) { return LongFromDouble(static_cast<double>(d.Seconds()) / kSecondsPerDay); },
             [](const std::string& s) { return LongFromText(s); },
@@ -71,6 +73,7 @@ bool CBool(const Variant& value) {
                           [](Null) -> bool { RaiseInvalidNull(); },
                           [](bool b) { return b; },
                           [](std::int32_t i) { return i != 0; },
+                          [](std::int64_t i) { return i != 0; },
                           [](double d) { return d != 0; },
                           [](DateTime d) { return d.Seconds() != 0; },
                           [](const std::string& s) { return BooleanFromText(s); },

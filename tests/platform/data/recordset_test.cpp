@@ -39,7 +39,7 @@ TEST_F(ARecordset, ReadsValuesByTheirDeclaredTypes) {
     EXPECT_EQ(cars.Value("Sold"), Variant(true));
     cars.MoveNext();
     EXPECT_EQ(cars.Value("Built"), Variant(Null()));
-    EXPECT_EQ(cars.Value("Maker"), Variant(3e9));
+    EXPECT_EQ(cars.Value("Maker"), Variant(std::int64_t{3000000000}));
     cars.MoveNext();
     EXPECT_EQ(cars.Value("Built"), Variant("soon"));
     EXPECT_EQ(ThrownBy([&] { cars.Value("Colour"); }).number, data_error::kNoSuchItem);

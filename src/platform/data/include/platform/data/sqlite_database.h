@@ -28,7 +28,7 @@ struct Column {
 using Columns = std::vector<Column>;
 using Row = std::vector<Variant>;
 
-/// A 32-bit integer, or a double beyond its range.
+/// A 32-bit integer, or a 64-bit one beyond its range.
 Variant Integer(std::int64_t number);
 
 /// A prepared statement. Lives no longer than its database.
@@ -56,10 +56,11 @@ private:
 /// here as a RunTimeError with a number of data_error.
 class Database final {
 public:
-    /// Opens an existing file, for reading alone where it cannot be written.
+    /// Opens an existing file, for reading alone where it cannot be written. For the program's thread: a lock
+    /// of another process is waited for as LongWaitGoesOn says, up to 10 seconds.
     explicit Database(const std::string& path);
-    /// The same for another thread than the program's. `goes_on` is asked often while a statement runs or
-    /// waits; false ends it.
+    /// For those who may wait only as long as they say, on whatever thread: `goes_on` is asked often while a
+    /// statement runs or waits for a lock; false ends the statement.
     Database(const std::string& path, std::function<bool()> goes_on);
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;

@@ -15,12 +15,13 @@ struct Null {
 };
 using Bytes = std::vector<std::uint8_t>;
 
-/// A value whose type is known at run time only: a column, a parameter, a setting.
-using Variant = std::variant<Null, bool, std::int32_t, double, DateTime, std::string, Bytes>;
+/// A value whose type is known at run time only: a column, a parameter, a setting. A 64-bit integer is one
+/// that 32 bits cannot hold.
+using Variant = std::variant<Null, bool, std::int32_t, std::int64_t, double, DateTime, std::string, Bytes>;
 
 inline bool IsNull(const Variant& value) { return std::holds_alternative<Null>(value); }
 
-/// "Null", "Boolean", "Long", "Double", "Date", "String" or "Byte()".
+/// "Null", "Boolean", "Long", "LongLong", "Double", "Date", "String" or "Byte()".
 std::string_view TypeName(const Variant& value);
 
 /// Conversions as the run time makes them. Null raises RunTimeError 94 "Invalid use of Null"; what does not

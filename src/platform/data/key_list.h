@@ -8,7 +8,7 @@
 namespace pellago::data {
 
 /// A list of keys that takes little room where each is one below the one before: newest first, most are.
-class KeyRuns final {
+class KeyList final {
 public:
     std::size_t Size() const { return size_; }
 
