@@ -16,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int32_t kComplete = 4;
 constexpr const char* kNoHost = "Local files";
 
 std::string Attribute(const XmlNode& outline, const std::string& name) {
@@ -113,7 +112,7 @@ SubscriptionList ReadSubscriptionList(const fs::path& path) {
     RequireReadableFile(whole_path);
     XmlDocument document;
     document.Load(whole_path.string());
-    while (document.ReadyState() != kComplete) WaitForEvents();
+    while (document.ReadyState() != ReadyState::kComplete) WaitForEvents();
     const auto root = document.DocumentElement();
     if (!root) RejectList(path, document.ParseError().reason);
     if (root->NodeName() != "opml") RejectList(path, "its root element is <" + root->NodeName() + ">");

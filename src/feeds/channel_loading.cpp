@@ -13,8 +13,6 @@ namespace pellago {
 namespace {
 
 constexpr std::chrono::milliseconds kTimeOut{60'000};
-constexpr std::int32_t kArriving = 1;
-constexpr std::int32_t kComplete = 4;
 constexpr std::int32_t kMostAhead = 128;  // transfers: each takes a descriptor
 
 HttpSession::Settings SessionSettings() {
@@ -59,12 +57,12 @@ bool clsChannel::Load(const std::string& address) {
 }
 
 bool clsChannel::LoadDocument(const std::string& address) {
-    document_ = std::make_unique<XmlDocument>(&Session());
+    document_ = std::make_unique<XmlDocument>([this](const std::string& url) { return Session().Open(url); });
     document_->Load(address);
     StartTimer();
     load_cancelled_ = false;
     timed_out_ = false;
-    while (document_->ReadyState() != kComplete && !load_cancelled_) WaitForEvents();
+    while (document_->ReadyState() != ReadyState::kComplete && !load_cancelled_) WaitForEvents();
     timer_.reset();
     if (load_cancelled_) {
         load_error_ = timed_out_ ? "The feed did not arrive within 60 seconds" : "The download was cancelled";
@@ -99,7 +97,7 @@ void clsChannel::ParseDocument(const XmlDocument& document) {
 }
 
 void clsChannel::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
-    if (document_ && document_->ReadyState() == kArriving) {
+    if (document_ && document_->ReadyState() == ReadyState::kLoading) {
         document_->Abort();
         load_cancelled_ = true;
         timed_out_ = true;
@@ -111,7 +109,7 @@ void clsChannel::CancelLoading() {
     IgnoringErrors([&](Statements& run) {
         run([&] { load_cancelled_ = true; });
         run([&] {
-            if (document_ && document_->ReadyState() == kArriving) document_->Abort();
+            if (document_ && document_->ReadyState() == ReadyState::kLoading) document_->Abort();
         });
         run([&] { timer_.reset(); });
         run([&] {

@@ -26,7 +26,7 @@ void BodyPacker::Begin() {
 
 void BodyPacker::Add(std::string_view bytes) { Pack(bytes, false); }
 
-std::optional<std::string> BodyPacker::Finish() {
+std::optional<Bytes> BodyPacker::Finish() {
     Pack({}, true);
     if (failed_) return std::nullopt;
     return std::exchange(packed_, {});
@@ -49,7 +49,7 @@ void BodyPacker::Pack(std::string_view bytes, bool is_last) {
 BodyUnpacker::BodyUnpacker() : context_(ZSTD_createDCtx()), piece_(std::make_unique<char[]>(kPiece)) {}
 BodyUnpacker::~BodyUnpacker() { ZSTD_freeDCtx(context_); }
 
-void BodyUnpacker::Begin(std::string packed) {
+void BodyUnpacker::Begin(Bytes packed) {
     ZSTD_DCtx_reset(context_, ZSTD_reset_session_only);
     packed_ = std::move(packed);
     read_ = 0;

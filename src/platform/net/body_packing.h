@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
+#include <utility>
+
+#include "platform/values/variant.h"
 
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
@@ -23,13 +25,13 @@ public:
     void Begin();
     void Add(std::string_view bytes);
     /// The packed body; nothing when the library failed.
-    std::optional<std::string> Finish();
+    std::optional<Bytes> Finish();
 
 private:
     void Pack(std::string_view bytes, bool is_last);
 
     ZSTD_CCtx_s* context_;
-    std::string packed_;
+    Bytes packed_;
     bool failed_ = false;
 };
 
@@ -42,7 +44,7 @@ public:
     BodyUnpacker& operator=(const BodyUnpacker&) = delete;
 
     /// Begins a new body, whatever became of the last.
-    void Begin(std::string packed);
+    void Begin(Bytes packed);
     /// The next piece, valid until the next call; empty at the end, and where the rest is damaged.
     std::string_view Next();
     /// After the last piece: everything was there as it was packed.
@@ -50,10 +52,22 @@ public:
 
 private:
     ZSTD_DCtx_s* context_;
-    std::string packed_;
+    Bytes packed_;
     std::size_t read_ = 0;
     std::unique_ptr<char[]> piece_;
     bool whole_ = false;
+};
+
+/// Lends a packer or an unpacker to one body after the other, for it is dear to make. Documents are read one
+/// after the other, so one is kept; where it is lent already another is made.
+template <class Codec>
+class CodecLender final {
+public:
+    std::unique_ptr<Codec> Lend() { return idle_ ? std::move(idle_) : std::make_unique<Codec>(); }
+    void TakeBack(std::unique_ptr<Codec> codec) { idle_ = std::move(codec); }
+
+private:
+    std::unique_ptr<Codec> idle_;
 };
 
 }  // namespace pellago

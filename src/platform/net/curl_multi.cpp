@@ -8,6 +8,8 @@
 #include <array>
 #include <utility>
 
+#include "http_exchange.h"
+#include "http_request.h"
 #include "platform/values/run_time_error.h"
 
 namespace pellago {
@@ -78,25 +80,27 @@ CurlMulti::CurlMulti(QObject* application)
 }
 
 CurlMulti::~CurlMulti() {
-    while (!active_.empty()) (*active_.begin())->Abort();
+    while (!active_.empty()) Remove(**active_.begin());
     notifier_.setEnabled(false);
     curl_multi_cleanup(multi_);
     curl_share_cleanup(share_);
     close(epoll_);
 }
 
-bool CurlMulti::Add(CurlClient& client) {
-    curl_easy_setopt(client.Handle(), CURLOPT_SHARE, share_);
-    if (curl_multi_add_handle(multi_, client.Handle()) != CURLM_OK) return false;
-    active_.insert(&client);
+bool CurlMulti::Add(HttpRequest& request) {
+    curl_easy_setopt(request.Handle(), CURLOPT_SHARE, share_);
+    if (curl_multi_add_handle(multi_, request.Handle()) != CURLM_OK) return false;
+    active_.insert(&request);
     return true;
 }
 
-void CurlMulti::Remove(CurlClient& client) {
-    if (active_.erase(&client) > 0) curl_multi_remove_handle(multi_, client.Handle());
+void CurlMulti::Remove(HttpRequest& request) {
+    if (active_.erase(&request) > 0) curl_multi_remove_handle(multi_, request.Handle());
 }
 
-void CurlMulti::MarkReady(std::weak_ptr<CurlClient> client) { ready_.push_back(std::move(client)); }
+void CurlMulti::DeliverAfterwards(std::weak_ptr<HttpExchange> exchange) {
+    ready_.push_back(std::move(exchange));
+}
 
 void CurlMulti::DeliverSoon() {
     QMetaObject::invokeMethod(
@@ -141,9 +145,9 @@ void CurlMulti::CollectCompleted() {
     while (const auto* message = curl_multi_info_read(multi_, &left)) {
         if (message->msg != CURLMSG_DONE) continue;
         const auto result = message->data.result;
-        char* client = nullptr;
-        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &client);
-        auto& completed = *static_cast<CurlClient*>(static_cast<void*>(client));
+        char* request = nullptr;
+        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &request);
+        auto& completed = *static_cast<HttpRequest*>(static_cast<void*>(request));
         Remove(completed);
         completed.Completed(result);
     }
@@ -151,9 +155,9 @@ void CurlMulti::CollectCompleted() {
 
 void CurlMulti::DeliverReady() {
     while (!ready_.empty()) {
-        const auto client = ready_.front().lock();
+        const auto exchange = ready_.front().lock();
         ready_.pop_front();
-        if (client) client->Deliver();
+        if (exchange) exchange->Deliver();
     }
 }
 

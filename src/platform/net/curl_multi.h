@@ -11,21 +11,12 @@
 
 namespace pellago {
 
-/// One transfer as the multi handle sees it.
-class CurlClient {
-public:
-    virtual ~CurlClient() = default;
+class HttpExchange;
+class HttpRequest;
 
-    virtual CURL* Handle() const = 0;
-    /// The handle has been taken out of the multi handle; called inside its work.
-    virtual void Completed(CURLcode result) = 0;
-    /// Tells the owner what has happened; called outside libcurl, where everything is allowed.
-    virtual void Deliver() = 0;
-    virtual void Abort() = 0;
-};
-
-/// The process's one multi handle, driven by the message loop. No code of an owner ever runs inside libcurl,
-/// which forbids being called from its own callbacks: what they report is delivered after it has returned.
+/// The process's one multi handle, driven by the message loop. No reader of a document is ever called inside
+/// libcurl, which forbids being called from its own callbacks: what these report is delivered after libcurl
+/// has returned.
 class CurlMulti final : public QObject {
 public:
     /// Made on first use, gone with the application object. Throws RunTimeError.
@@ -35,13 +26,13 @@ public:
     ~CurlMulti() override;
 
     /// False when the library does not take it.
-    bool Add(CurlClient& client);
-    void Remove(CurlClient& client);
+    bool Add(HttpRequest& request);
+    /// Does nothing for one that is not there.
+    void Remove(HttpRequest& request);
 
-    /// Notes that the client has something to deliver; libcurl's callbacks say it, and delivery follows when
-    /// libcurl has returned.
-    void MarkReady(std::weak_ptr<CurlClient> client);
-    /// Has a client that was marked outside libcurl delivered from the loop.
+    /// Has the exchange deliver what has happened when libcurl, whose callbacks say this, has returned.
+    void DeliverAfterwards(std::weak_ptr<HttpExchange> exchange);
+    /// Has all that was said outside libcurl delivered from the loop.
     void DeliverSoon();
 
 private:
@@ -58,8 +49,8 @@ private:
     int epoll_;
     QSocketNotifier notifier_;
     QTimer timer_;
-    std::set<CurlClient*> active_;
-    std::deque<std::weak_ptr<CurlClient>> ready_;
+    std::set<HttpRequest*> active_;
+    std::deque<std::weak_ptr<HttpExchange>> ready_;
 };
 
 }  // namespace pellago

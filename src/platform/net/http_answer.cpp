@@ -1,180 +1,106 @@
-#include <algorithm>
-#include <ctime>
+#include "http_answer.h"
+
 #include <utility>
 
-#include "http_exchange.h"
-#include "platform/net/http_session.h"
-#include "platform/values/text.h"
-
-// What an exchange makes of what arrives, and tells of it.
 namespace pellago {
-namespace {
 
-// A redirect's own body is nothing to anybody; one that does not end is not waited for.
-constexpr std::size_t kMaxRedirectBody = std::size_t{1} << 20U;
+HttpAnswer::HttpAnswer(std::string address, std::shared_ptr<HttpCache> cache,
+                       std::shared_ptr<UnreadTotal> unread)
+    : address_(std::move(address)), cache_(std::move(cache)), unread_(std::move(unread)) {}
 
-}  // namespace
-
-long HttpExchange::Status() const {
-    long status = 0;
-    curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
-    return status;
+void HttpAnswer::Head(DocumentHead head, std::optional<CachedAnswer> to_keep) {
+    head_ = std::move(head);
+    to_keep_ = std::move(to_keep);
 }
 
-bool HttpExchange::IsRedirect() const {
-    const auto status = Status();
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+void HttpAnswer::BodyFromCache(const CachedAnswer& cached, HttpValidators confirmed) {
+    head_ = {cached.url, cached.content_type};
+    from_cache_ = {cached, std::move(confirmed)};
 }
 
-std::string HttpExchange::Header(const char* name) const {
-    curl_header* header = nullptr;
-    if (curl_easy_header(easy_, name, 0, CURLH_HEADER, -1, &header) != CURLHE_OK) return {};
-    return header->value;
+void HttpAnswer::StartOver() {
+    head_.reset();
+    unread_.Take();
+    from_cache_.reset();
+    end_.reset();
+    to_keep_.reset();
+    writer_.reset();
+    reader_of_cached_.reset();
+    if (!IsOver()) stage_ = Stage::kNothing;
 }
 
-// RFC 9110, 5.3.
-std::string HttpExchange::HeaderList(const char* name) const {
-    std::string list;
-    curl_header* header = nullptr;
-    for (std::size_t index = 0; curl_easy_header(easy_, name, index, CURLH_HEADER, -1, &header) == CURLHE_OK;
-         ++index)
-        list.append(list.empty() ? "" : ", ").append(header->value);
-    return list;
-}
-
-void HttpExchange::NoteAnswer() {
-    last_heard_ = Clock::now();
-    if (std::exchange(answered_, true)) return;
-    const auto observer = observer_.lock();
-    if (!observer) return;
-    if (!observer->Answered(*this)) Set(CURLOPT_FORBID_REUSE, 1L);
-}
-
-std::size_t HttpExchange::Write(const char* bytes, std::size_t size) {
-    last_heard_ = Clock::now();
-    received_ += size;
-    if (IsRedirect()) return received_ > kMaxRedirectBody ? 0 : size;
-    NoteHead();
-    if (received_ > HttpTransfer::kMaxBody) return 0;
-    const auto observer = observer_.lock();
-    // A few bytes on the wire may unpack to all that there is room for.
-    put_off_ = !attached_ && observer && observer->unread > HttpSession::kMaxUnread;
-    if (put_off_) return 0;
-    if (arrived_.empty()) MarkReady();
-    arrived_.append(bytes, size);
-    if (observer) observer->unread += size;
-    return size;
-}
-
-void HttpExchange::NoteHead() {
-    if (head_known_) return;
-    const auto status = Status();
-    if (status == 0) return;
-    head_ = {static_cast<int>(status), url_, Header("Content-Type")};
-    head_known_ = true;
-    MarkReady();
-    if (status != 200 || !store_ || !store_->Caches()) return;
-    CachedAnswer answer{{Header("ETag"), Header("Last-Modified")},
-                        url_,
-                        head_.content_type,
-                        static_cast<std::int64_t>(std::time(nullptr))};
-    if (answer.IsUsable() && LCase(HeaderList("Cache-Control")).find("no-store") == std::string::npos)
-        cacheable_ = std::move(answer);
-}
-
-void HttpExchange::NoteRetryTime() {
-    if (!store_ || (Status() != 429 && Status() != 503)) return;
-    curl_off_t seconds = 0;
-    curl_easy_getinfo(easy_, CURLINFO_RETRY_AFTER, &seconds);
-    if (seconds > 0) store_->AskLater(address_, seconds);
-}
-
-void HttpExchange::Deliver() {
-    const auto kept = shared_from_this();
-    if (const auto observer = observer_.lock(); observer && !over_) observer->Changed(*this);
-    if (!attached_ || delivering_) return;  // a call that is delivering goes on with it
-    delivering_ = true;
-    while (!over_ && TellNext()) {
+HttpAnswer::Telling HttpAnswer::Tell() {
+    if (!reader_ || is_telling_) return Telling::kDone;  // the call that is telling goes on with it
+    is_telling_ = true;
+    bool cache_is_good = true;
+    for (bool more = true; more && cache_is_good && !IsOver();) {
+        if (stage_ == Stage::kNothing && head_)
+            TellHead();
+        else if (!unread_.IsEmpty())
+            TellUnread();
+        else if (from_cache_)
+            cache_is_good = TellCached();
+        else if (end_)
+            TellEnd(*end_);
+        else
+            more = false;
     }
-    delivering_ = false;
+    is_telling_ = false;
+    return cache_is_good ? Telling::kDone : Telling::kCacheFailed;
 }
 
-bool HttpExchange::TellNext() {
-    if (head_known_ && !std::exchange(head_told_, true)) {
-        if (cacheable_) BeginKeeping();
-        events_.head(head_);
-    } else if (!arrived_.empty()) {
-        TellArrived();
-    } else if (is_cached_) {
-        TellCached();
-    } else if (state_ == State::kEnded) {
-        TellEnd(end_error_);
-    } else {
+void HttpAnswer::TellHead() {
+    stage_ = Stage::kHead;
+    if (to_keep_) writer_ = std::make_unique<CachedBodyWriter>(cache_, *to_keep_);
+    reader_->head(*head_);
+}
+
+void HttpAnswer::TellUnread() {
+    auto piece = unread_.Take();
+    if (writer_) writer_->Add(piece);
+    reader_->body(piece);
+    if (!IsOver()) unread_.Reuse(std::move(piece));
+}
+
+// What was kept may be gone, or turn out to be damaged at its very end.
+bool HttpAnswer::TellCached() {
+    if (!reader_of_cached_ && !OpenCached()) return false;
+    if (const auto piece = reader_of_cached_->Next(); !piece.empty()) {
+        reader_->body(piece);
+        return true;
+    }
+    if (!reader_of_cached_->IsWhole()) {
+        cache_->Forget(address_);
         return false;
     }
+    reader_of_cached_.reset();
+    TellEnd({});
     return true;
 }
 
-void HttpExchange::TellArrived() {
-    auto piece = TakeUnread();
-    if (packer_) packer_->Add(piece);
-    events_.body(piece);
-    piece.clear();
-    if (arrived_.empty() && !over_) arrived_ = std::move(piece);  // keeps its memory
-}
-
-// What was kept may be gone, or turn out to be damaged at its very end: then the whole is fetched.
-void HttpExchange::TellCached() {
-    if (!unpacker_ && !BeginUnpacking()) {
-        unconditional_ = true;
-        StartOver();
-    } else if (const auto piece = unpacker_->Next(); !piece.empty()) {
-        events_.body(piece);
-    } else if (unpacker_->IsWhole()) {
-        store_->idle_unpacker = std::move(unpacker_);
-        TellEnd({});
-    } else {
-        store_->Forget(address_);
-        unconditional_ = true;
-        StartOver();
-    }
-}
-
-void HttpExchange::TellEnd(const std::string& error) {
-    over_ = true;
-    is_whole_ = error.empty();
-    events_.end(error);
-}
-
-std::string HttpExchange::TakeUnread() {
-    if (const auto observer = observer_.lock()) observer->unread -= arrived_.size();
-    return std::exchange(arrived_, {});
-}
-
-bool HttpExchange::BeginUnpacking() {
-    auto packed = store_->PackedBody(address_, *cached_);
+bool HttpAnswer::OpenCached() {
+    auto packed = cache_->PackedBody(address_, from_cache_->answer);
     if (!packed) return false;
-    store_->Confirm(address_, *cached_, confirmed_);
-    unpacker_ = std::exchange(store_->idle_unpacker, nullptr);
-    if (!unpacker_) unpacker_ = std::make_unique<BodyUnpacker>();
-    unpacker_->Begin(*std::move(packed));
+    cache_->Confirm(address_, from_cache_->answer, from_cache_->confirmed);
+    reader_of_cached_ = std::make_unique<CachedBodyReader>(cache_, *std::move(packed));
     return true;
 }
 
-void HttpExchange::BeginKeeping() {
-    packer_ = std::exchange(store_->idle_packer, nullptr);
-    if (!packer_) packer_ = std::make_unique<BodyPacker>();
-    packer_->Begin();
+void HttpAnswer::TellEnd(const std::string& error) {
+    stage_ = error.empty() ? Stage::kWhole : Stage::kFailed;
+    reader_->end(error);
 }
 
-void HttpExchange::Keep() {
-    if (!store_ || !store_->Caches() || !is_whole_ || is_cached_) return;
-    if (packer_) {
-        if (const auto packed = packer_->Finish()) store_->Keep(address_, *cacheable_, *packed);
-        store_->idle_packer = std::move(packer_);
-    } else if (cached_) {
-        store_->Forget(address_);
-    }
+void HttpAnswer::Silence() {
+    if (!IsOver()) stage_ = Stage::kSilenced;
+    unread_.Take();
+}
+
+bool HttpAnswer::Keep() {
+    if (!writer_) return false;
+    writer_->Keep(address_);
+    writer_.reset();
+    return true;
 }
 
 }  // namespace pellago

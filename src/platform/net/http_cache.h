@@ -37,19 +37,19 @@ struct CachedAnswer {
 /// which an address is not to be asked for. A SQLite file in a folder that may be deleted at any time;
 /// several processes may use it at once. Whatever fails here is as if nothing were kept, and nothing here is
 /// waited for.
-class HttpStore final {
+class HttpCache final {
 public:
     /// `limit` bounds the bodies together, in bytes; those that nobody asked for for the longest time go.
-    /// Without `caches` there are times alone.
-    HttpStore(std::string folder, bool caches, std::uint64_t limit);
-    HttpStore(const HttpStore&) = delete;
-    HttpStore& operator=(const HttpStore&) = delete;
+    /// Without `keeps_bodies` there are times alone.
+    HttpCache(std::string folder, bool keeps_bodies, std::uint64_t limit);
+    HttpCache(const HttpCache&) = delete;
+    HttpCache& operator=(const HttpCache&) = delete;
 
-    bool Caches() const { return caches_; }
+    bool KeepsBodies() const { return keeps_bodies_; }
     std::optional<CachedAnswer> Find(const std::string& address);
     /// The packed body of exactly this answer; nothing when another has taken its place.
-    std::optional<std::string> PackedBody(const std::string& address, const CachedAnswer& answer);
-    void Keep(const std::string& address, const CachedAnswer& answer, const std::string& packed_body);
+    std::optional<Bytes> PackedBody(const std::string& address, const CachedAnswer& answer);
+    void Keep(const std::string& address, const CachedAnswer& answer, Bytes packed_body);
     /// The server has said that `answer` still holds; `validators` are what it said with that.
     void Confirm(const std::string& address, const CachedAnswer& answer, const HttpValidators& validators);
     void Forget(const std::string& address);
@@ -60,28 +60,31 @@ public:
     /// At most a week is believed.
     void AskLater(const std::string& address, std::int64_t seconds_from_now);
 
-    /// One is enough: documents are read one after the other.
-    std::unique_ptr<BodyPacker> idle_packer;
-    std::unique_ptr<BodyUnpacker> idle_unpacker;
+    CodecLender<BodyPacker>& Packers() { return packers_; }
+    CodecLender<BodyUnpacker>& Unpackers() { return unpackers_; }
 
 private:
     using Rows = std::vector<data::Row>;
+    enum class Use { kReadAndWrite, kReadOnly, kNone };
+
     Rows Read(const std::string& sql, const std::vector<Variant>& values);
     void Write(const std::string& sql, const std::vector<Variant>& values);
     Rows Run(const std::string& sql, const std::vector<Variant>& values);
     void Open();
-    void Abandon(std::int32_t error_number);
+    void GiveUp(Use what_is_left, std::int32_t error_number);
     void MakeRoom(std::size_t for_bytes);
-    double Sum(const std::string& sql);
+    std::int64_t Sum(const std::string& sql);
 
     std::string folder_;
-    bool caches_;
+    bool keeps_bodies_;
     std::uint64_t limit_;
     std::unique_ptr<data::Database> database_;
-    bool usable_ = true;
-    bool writable_ = true;
+    Use use_ = Use::kReadAndWrite;
     std::chrono::steady_clock::time_point deadline_;
-    std::optional<double> size_;  ///< of all bodies, once it is needed; an estimate where others write too
+    /// Bytes of all bodies, once somebody has asked; an estimate where other processes write too.
+    std::optional<std::int64_t> size_;
+    CodecLender<BodyPacker> packers_;
+    CodecLender<BodyUnpacker> unpackers_;
 };
 
 }  // namespace pellago

@@ -108,6 +108,8 @@ DateTime Now() {
     return FromBrokenDown(parts);
 }
 
+std::int64_t UnixTime() { return static_cast<std::int64_t>(std::time(nullptr)); }
+
 void ReplaceClock(std::function<DateTime()> clock) { Clock() = std::move(clock); }
 
 std::string ColumnText(DateTime date) {

@@ -1,26 +1,19 @@
 #include "platform/xml/xml_document.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <span>
-#include <system_error>
 #include <utility>
 
+#include "file_source.h"
 #include "platform/loop/message_loop.h"
-#include "platform/net/http_transfer.h"
 #include "platform/values/addresses.h"
 #include "platform/values/run_time_error.h"
 #include "platform/values/text.h"
+#include "platform/xml/document_source.h"
 #include "xml_parser.h"
 
 namespace pellago {
 namespace {
 
-enum State : std::int32_t { kUninitialised = 0, kLoading = 1, kLoaded = 2, kParsing = 3, kComplete = 4 };
+using State = ReadyState;
 
 // The codes of libxml2 are positive.
 constexpr std::int32_t kNotLoaded = -1;
@@ -42,73 +35,40 @@ std::string Charset(std::string_view content_type) {
     return std::string(value);
 }
 
-std::string SystemError() { return std::system_category().message(errno); }
-
-/// A file that is read piece by piece, so that the loop runs meanwhile.
-class InputFile final {
-public:
-    InputFile() = default;
-    ~InputFile() { close(descriptor_); }
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-
-    bool IsOpen() const { return descriptor_ >= 0; }
-
-    /// The reason of a failure, empty for success. Only regular files: what else there is may never end.
-    std::string Open(const std::string& path) {
-        // Not to wait for the other end of a pipe.
-        descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-        if (descriptor_ < 0) return SystemError();
-        struct stat about {};
-        if (fstat(descriptor_, &about) != 0) return SystemError();
-        return S_ISREG(about.st_mode) ? "" : "Not a regular file";
-    }
-
-    /// Bytes read, 0 at the end, less for a failure.
-    ssize_t Read(std::span<char> buffer) const {
-        ssize_t size = 0;
-        do {
-            size = read(descriptor_, buffer.data(), buffer.size());
-        } while (size < 0 && errno == EINTR);
-        return size;
-    }
-
-private:
-    int descriptor_ = -1;
-};
-
 }  // namespace
 
 struct XmlDocument::Loading {
-    explicit Loading(HttpSession* with) : session(with) {}
+    explicit Loading(WebOpener opener) : open_web(std::move(opener)) {}
+    ~Loading() { LetGoOfSource(); }
+    Loading(const Loading&) = delete;
+    Loading& operator=(const Loading&) = delete;
 
     void Start(const std::string& address) {
-        auto [kind, location] = ParseAddress(address);
-        if (kind == DocumentAddress::Kind::kHttp) {
-            Fetch(location);
-            state = kLoading;
-            return;
-        }
-        Later([this, is_file = kind == DocumentAddress::Kind::kFile, place = std::move(location)] {
-            is_file ? OpenFile(place) : Complete({kNotLoaded, place});
-        });
-        state = kLoading;
+        const auto [kind, location] = ParseAddress(address);
+        std::string obstacle;
+        if (kind == DocumentAddress::Kind::kFile)
+            source = std::make_shared<FileSource>(location);
+        else if (kind == DocumentAddress::Kind::kHttp && open_web)
+            source = open_web(location);
+        else
+            obstacle = kind == DocumentAddress::Kind::kHttp ? "Only files are read here" : location;
+        source ? Read() : Later([this, obstacle] { Complete({kNotLoaded, obstacle}); });
+        state = State::kLoading;
     }
 
     void Complete(XmlParseError with_error) {
-        state = kComplete;
+        state = State::kComplete;
         error = std::move(with_error);
         pending.reset();
-        transfer.reset();
         parser.reset();
-        file.reset();
+        LetGoOfSource();
     }
 
     std::chrono::milliseconds TimeSpent() const {
-        return transfer ? transfer->TimeSpent() : std::chrono::milliseconds::zero();
+        return source ? source->TimeSpent() : std::chrono::milliseconds::zero();
     }
 
-    std::int32_t state = kUninitialised;
+    State state = State::kUninitialised;
     XmlParseError error;
     XmlTree tree;
 
@@ -121,87 +81,68 @@ private:
         });
     }
 
-    void Fetch(const std::string& url) {
-        transfer = std::make_unique<HttpTransfer>(
-            url,
-            HttpEvents{.head = [this](const HttpHead& head) { Begin(Charset(head.content_type)); },
+    void Read() {
+        source->Start({.head = [this](const DocumentHead& head) { Begin(head); },
                        .body = [this](std::string_view bytes) { Feed(bytes); },
                        .end =
                            [this](const std::string& failure) {
                                failure.empty() ? Received() : Complete({kNotLoaded, failure});
-                           }},
-            session);
+                           }});
     }
 
-    void OpenFile(const std::string& path) {
-        file = std::make_unique<InputFile>();
-        if (const auto reason = file->Open(path); !reason.empty()) {
-            Complete({kNotLoaded, path + ": " + reason});
-            return;
-        }
-        Begin("");
-        Later([this] { ReadFile(); });
+    void Begin(const DocumentHead& head) {
+        parser = std::make_unique<XmlParser>(Charset(head.content_type));
+        size = 0;
     }
 
-    void ReadFile() {
-        std::array<char, 65536> buffer;
-        const auto size = file->Read(buffer);
-        if (size < 0) {
-            Complete({kNotLoaded, SystemError()});
-        } else if (size == 0) {
-            Received();
-        } else if ((file_size += static_cast<std::size_t>(size)) > HttpTransfer::kMaxBody) {
-            Complete({kNotLoaded, "The document is larger than 64 MiB"});
-        } else if (Feed({buffer.data(), static_cast<std::size_t>(size)})) {
-            Later([this] { ReadFile(); });
-        }
-    }
-
-    void Begin(std::string charset) { parser = std::make_unique<XmlParser>(std::move(charset)); }
-
-    bool Feed(std::string_view bytes) {
-        if (parser->Feed(bytes)) return true;
-        Complete(XmlParseError(parser->Error()));
-        return false;
+    void Feed(std::string_view bytes) {
+        size += bytes.size();
+        if (size > kMaxDocument)
+            Complete({kNotLoaded, kDocumentTooLarge});
+        else if (!parser->Feed(bytes))
+            Complete(XmlParseError(parser->Error()));
     }
 
     // The closing parse has an event of its own, so that an owner that waits sees the states in between.
     void Received() {
-        state = kLoaded;
-        file.reset();
+        state = State::kLoaded;
         Later([this] {
-            state = kParsing;
+            state = State::kParsing;
             Later([this] { Close(); });
         });
     }
 
     void Close() {
         tree = parser->Finish();
-        if (tree && transfer) transfer->Keep();
+        if (tree) source->Keep();
         Complete(XmlParseError(parser->Error()));
     }
 
-    HttpSession* session;
-    std::unique_ptr<HttpTransfer> transfer;
-    std::unique_ptr<InputFile> file;
-    std::size_t file_size = 0;
+    void LetGoOfSource() {
+        if (source) source->Abort();
+        source.reset();
+    }
+
+    WebOpener open_web;
+    std::shared_ptr<DocumentSource> source;
     std::unique_ptr<XmlParser> parser;
+    std::size_t size = 0;  ///< bytes fed
     std::shared_ptr<const std::function<void()>> pending;
 };
 
-XmlDocument::XmlDocument(HttpSession* session) : loading_(std::make_unique<Loading>(session)) {}
+XmlDocument::XmlDocument(WebOpener open_web) : loading_(std::make_unique<Loading>(std::move(open_web))) {}
 XmlDocument::~XmlDocument() = default;
 
 void XmlDocument::Load(const std::string& address) {
-    if (loading_->state != kUninitialised)
+    if (loading_->state != State::kUninitialised)
         throw RunTimeError(error_number::kInvalidProcedureCall, "", "A document is loaded once");
     loading_->Start(address);
 }
 
-std::int32_t XmlDocument::ReadyState() const { return loading_->state; }
+ReadyState XmlDocument::ReadyState() const { return loading_->state; }
 
 void XmlDocument::Abort() {
-    if (loading_->state != kUninitialised && loading_->state != kComplete)
+    if (loading_->state != State::kUninitialised && loading_->state != State::kComplete)
         loading_->Complete({kAborted, "The load was aborted"});
 }
 

@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <utility>
 
-#include "platform/net/http_transfer.h"
 #include "platform/values/run_time_error.h"
 #include "platform/values/text.h"
+#include "platform/xml/document_source.h"
 
 namespace pellago {
 namespace {
@@ -159,7 +159,7 @@ bool XmlParser::Feed(std::string_view bytes) {
 XmlTree XmlParser::Finish() {
     if (error_.error_code != 0 || (!started_ && !Start(first_bytes_))) return nullptr;
     if (!Check(xmlParseChunk(context_.get(), nullptr, 0, 1))) return nullptr;
-    if (ExpandedEntitySize(*context_->myDoc) > HttpTransfer::kMaxBody) {
+    if (ExpandedEntitySize(*context_->myDoc) > kMaxDocument) {
         Fail("The document's entities stand for more than 64 MiB of text");
         return nullptr;
     }

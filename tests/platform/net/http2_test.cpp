@@ -1,9 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "platform/xml/xml_document.h"
+#include "support/documents.h"
 #include "support/support.h"
 #include "support/tls_server.h"
-#include "support/wait_until.h"
 
 namespace pellago::test {
 namespace {
@@ -14,13 +13,10 @@ using Http2 = TlsServer::Http2;
 
 class AnHttp2Server : public testing::Test {
 protected:
-    /// The failure's text, empty for a document that arrived.
+    /// The document's text, empty for the right one.
     static std::string Load(const std::string& address) {
-        XmlDocument document;
-        document.Load(address);
-        if (!WaitUntil([&] { return document.ReadyState() == 4; })) return "did not end";
-        if (document.ParseError().error_code != 0) return document.ParseError().reason;
-        return document.DocumentElement()->BaseName() == "a" ? "" : "another document";
+        HttpSession session({.cache = false});
+        return test::Load(session, address);
     }
 
     EnvVar trusted_{"SSL_CERT_FILE", CertificateFile()};

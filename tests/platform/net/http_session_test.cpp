@@ -2,13 +2,13 @@
 
 #include <sys/resource.h>
 
-#include "platform/net/http_transfer.h"
 #include "session_fixture.h"
 
 namespace pellago {
 namespace {
 
 using namespace std::chrono_literals;
+using test::Load;
 using test::PumpFor;
 using test::Reply;
 using test::WaitUntil;
@@ -70,8 +70,9 @@ TEST_F(ReadingAhead, CountsTimeFromTheStartAndGivesUpWhatNobodyAskedForInTime) {
     session.Expect({server.Url("/dead"), server.Url("/dead")});
     PumpFor(150ms);
     const auto taken = [&] {
-        return std::make_unique<HttpTransfer>(server.Url("/dead"),
-                                              HttpEvents{[](auto&) {}, [](auto) {}, [](auto&) {}}, &session);
+        auto source = session.Open(server.Url("/dead"));
+        source->Start({[](auto&) {}, [](auto) {}, [](auto&) {}});
+        return source;
     };
     const auto first = taken();
     EXPECT_GE(first->TimeSpent(), 140ms);
@@ -138,10 +139,10 @@ protected:
         session.Expect(addresses);
         std::vector<std::string> outcomes;
         for (const auto& address : addresses) {
-            XmlDocument document(&session);
+            XmlDocument document(test::By(session));
             document.Load(address);
             const auto left = time_out - document.TimeSpent();
-            const bool in_time = WaitUntil([&] { return document.ReadyState() == 4; }, left);
+            const bool in_time = WaitUntil([&] { return test::IsComplete(document); }, left);
             outcomes.push_back(in_time && document.DocumentElement() ? document.DocumentElement()->Text()
                                                                      : "!");
         }

@@ -1,11 +1,11 @@
-#include "platform/net/http_transfer.h"
-
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <ctime>
 #include <optional>
 
+#include "platform/net/http_session.h"
+#include "support/documents.h"
 #include "support/http_server.h"
 #include "support/support.h"
 #include "support/wait_until.h"
@@ -24,10 +24,11 @@ using Framing = Reply::Framing;
 
 /// A transfer and all that it has told.
 struct Fetch {
-    explicit Fetch(const std::string& url)
-        : transfer(url, {.head = [this](const HttpHead& told) { head = told; },
+    explicit Fetch(const std::string& url) : transfer(session.Open(url)) {
+        transfer->Start({.head = [this](const DocumentHead& told) { head = told; },
                          .body = [this](std::string_view piece) { body += piece; },
-                         .end = [this](const std::string& told) { error = told; }}) {}
+                         .end = [this](const std::string& told) { error = told; }});
+    }
 
     /// The error text, empty for success.
     std::string Outcome() {
@@ -35,10 +36,11 @@ struct Fetch {
         return *error;
     }
 
-    std::optional<HttpHead> head;
+    std::optional<DocumentHead> head;
     std::string body;
     std::optional<std::string> error;
-    HttpTransfer transfer;
+    HttpSession session{{.read_ahead = 0, .cache = false}};
+    std::shared_ptr<DocumentSource> transfer;
 };
 
 class AnHttpTransfer : public testing::Test {
@@ -56,7 +58,6 @@ TEST_F(AnHttpTransfer, TellsHeadBodyAndEndOfAnEncodedAddressAndKeepsNoCookie) {
         EXPECT_EQ(fetch.Outcome(), "");
         EXPECT_EQ(fetch.body, "<a/>");
         ASSERT_TRUE(fetch.head);
-        EXPECT_EQ(fetch.head->status, 200);
         EXPECT_EQ(fetch.head->content_type, "text/xml; charset=x");
     }
     EXPECT_THAT(server.LastRequest("/a%20b%c3%a4"),
@@ -118,13 +119,13 @@ TEST_F(AnHttpTransfer, FollowsFiveRedirectsAndNoMore) {
     server.Answer("/0", {.body = "x"});
     Fetch five(server.Url("/5"));
     EXPECT_EQ(five.Outcome(), "");
-    EXPECT_EQ(five.head->url, server.Url("/0"));
+    EXPECT_EQ(five.head->address, server.Url("/0"));
     EXPECT_THAT(Fetch(server.Url("/6")).Outcome(), HasSubstr("redirect"));
 }
 
 // The limit counts what the content coding unpacks to: the gzip is 65 KB on the wire.
 TEST_F(AnHttpTransfer, FailsAbove64MiBDecoded) {
-    const std::string fitting(HttpTransfer::kMaxBody, ' ');
+    const std::string fitting(kMaxDocument, ' ');
     const std::string error = "The document is larger than 64 MiB";
     const std::pair<Reply, std::string> cases[] = {
         {{.body = fitting, .framing = Framing::kChunked}, ""},
@@ -134,7 +135,7 @@ TEST_F(AnHttpTransfer, FailsAbove64MiBDecoded) {
         server.Answer("/a", reply);
         Fetch fetch(server.Url("/a"));
         EXPECT_EQ(fetch.Outcome(), outcome) << reply.body.size();
-        EXPECT_LE(fetch.body.size(), HttpTransfer::kMaxBody) << reply.body.size();
+        EXPECT_LE(fetch.body.size(), kMaxDocument) << reply.body.size();
     }
 }
 
@@ -152,19 +153,21 @@ TEST_F(AnHttpTransfer, CanBeAbortedAndDestroyedInsideEachOfItsEvents) {
     for (const std::string abort_in : {"head", "body", "end"}) {
         for (const bool destroy : {false, true}) {
             SCOPED_TRACE(abort_in + (destroy ? ", destroyed" : ", aborted"));
-            std::unique_ptr<HttpTransfer> transfer;
+            HttpSession session({.cache = false});
+            std::shared_ptr<DocumentSource> transfer;
             int events_after = -1;
             const auto event = [&](const std::string& name) {
                 if (events_after >= 0) ++events_after;
                 if (name != abort_in || events_after >= 0) return;
                 events_after = 0;
-                destroy ? transfer.reset() : transfer->Abort();
+                transfer->Abort();
+                if (destroy) transfer.reset();
                 DoEvents();
             };
-            transfer = std::make_unique<HttpTransfer>(
-                server.Url("/a"), HttpEvents{.head = [&](const HttpHead&) { event("head"); },
-                                             .body = [&](std::string_view) { event("body"); },
-                                             .end = [&](const std::string&) { event("end"); }});
+            transfer = session.Open(server.Url("/a"));
+            transfer->Start({.head = [&](const DocumentHead&) { event("head"); },
+                             .body = [&](std::string_view) { event("body"); },
+                             .end = [&](const std::string&) { event("end"); }});
             EXPECT_TRUE(test::WaitUntil([&] { return events_after >= 0; }));
             test::PumpFor(10ms);
             EXPECT_EQ(events_after, 0);
@@ -177,7 +180,8 @@ TEST_F(AnHttpTransfer, GoesOnInALoopInsideAnothersEvent) {
     server.Answer("/a", {.body = std::string(3'000'000, 'x')});
     int depth = 0;
     int told_inside = 0;
-    std::unique_ptr<HttpTransfer> outer;
+    HttpSession session({.cache = false});
+    const auto outer = session.Open(server.Url("/a"));
     bool done = false;
     const auto body = [&](std::string_view) {
         if (++depth > 1) ++told_inside;
@@ -187,10 +191,8 @@ TEST_F(AnHttpTransfer, GoesOnInALoopInsideAnothersEvent) {
         done = true;
         --depth;
     };
-    outer = std::make_unique<HttpTransfer>(
-        server.Url("/a"),
-        HttpEvents{
-            .head = [](const HttpHead&) {}, .body = body, .end = [](const std::string&) { ADD_FAILURE(); }});
+    outer->Start(
+        {.head = [](const DocumentHead&) {}, .body = body, .end = [](const std::string&) { ADD_FAILURE(); }});
     EXPECT_TRUE(test::WaitUntil([&] { return done; }));
     test::PumpFor(10ms);
     EXPECT_EQ(told_inside, 0) << "an event of the outer transfer came inside another of its own";

@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "platform/values/run_time_error.h"
+#include "support/documents.h"
 #include "support/http_server.h"
 #include "support/support.h"
 #include "support/wait_until.h"
@@ -34,9 +35,8 @@ protected:
 
     /// The reason of the error, empty without one.
     std::string OutcomeOf(const std::string& address) {
-        XmlDocument document;
-        document.Load(address);
-        if (!WaitUntil([&] { return document.ReadyState() == 4; })) return "did not end";
+        XmlDocument document(test::By(session));
+        test::Load(document, address);
         const auto& error = document.ParseError();
         EXPECT_EQ(error.error_code == 0, document.DocumentElement().has_value());
         EXPECT_EQ(error.error_code == 0, error.reason.empty());
@@ -45,21 +45,25 @@ protected:
 
     TempDir folder;
     HttpServer server;
+    HttpSession session{{.cache = false}};
 };
 
 TEST_F(AnXmlDocument, LetsAWaitSeeTheStatesBeforeItIsComplete) {
     for (const auto& address : {server.Url("/a"), folder / "a.xml"}) {
-        XmlDocument document;
-        EXPECT_EQ(document.ReadyState(), 0);
+        using enum ReadyState;
+        XmlDocument document(test::By(session));
+        EXPECT_EQ(document.ReadyState(), kUninitialised);
         document.Load(address);
-        EXPECT_EQ(document.ReadyState(), 1);
+        EXPECT_EQ(document.ReadyState(), kLoading);
         EXPECT_THROW(document.Load(address), RunTimeError);
-        std::vector<int> states{1};
+        std::vector<ReadyState> states{kLoading};
         EXPECT_TRUE(WaitUntil([&] {
             if (document.ReadyState() != states.back()) states.push_back(document.ReadyState());
-            return document.ReadyState() == 4;
+            return test::IsComplete(document);
         }));
-        EXPECT_THAT(states, AnyOf(ElementsAre(1, 2, 3, 4), ElementsAre(1, 2, 4), ElementsAre(1, 3, 4)))
+        EXPECT_THAT(states, AnyOf(ElementsAre(kLoading, kLoaded, kParsing, kComplete),
+                                  ElementsAre(kLoading, kLoaded, kComplete),
+                                  ElementsAre(kLoading, kParsing, kComplete)))
             << address;
         ASSERT_TRUE(document.DocumentElement());
         EXPECT_EQ(document.DocumentElement()->Text(), "x");
@@ -89,14 +93,14 @@ TEST_F(AnXmlDocument, StopsTheTransferOfWhatIsNoXml) {
 
 TEST_F(AnXmlDocument, IsCompleteAtOnceWhenAbortedInAnyState) {
     for (const auto& address : {server.Url("/a"), folder / "a.xml"}) {
-        for (const int state : {1, 2}) {
-            SCOPED_TRACE(address + " from state " + std::to_string(state));
-            XmlDocument document;
+        for (const auto state : {ReadyState::kLoading, ReadyState::kLoaded}) {
+            SCOPED_TRACE(address + " from state " + std::to_string(static_cast<int>(state)));
+            XmlDocument document(test::By(session));
             document.Load(address);
             ASSERT_TRUE(WaitUntil([&] { return document.ReadyState() >= state; }));
-            ASSERT_LT(document.ReadyState(), 4);
+            ASSERT_FALSE(test::IsComplete(document));
             document.Abort();
-            EXPECT_EQ(document.ReadyState(), 4);
+            EXPECT_TRUE(test::IsComplete(document));
             EXPECT_NE(document.ParseError().error_code, 0);
             PumpFor(10ms);
             EXPECT_FALSE(document.DocumentElement());
@@ -109,8 +113,8 @@ TEST_F(AnXmlDocument, CanBeAbortedAndDestroyedFromANestedEvent) {
     server.Answer("/stall", {.stall = true});
     server.Answer("/slow", {.body = "<a>" + std::string(10'000, ' ') + "</a>", .pause_per_byte = 1ms});
     for (const auto* path : {"/stall", "/slow"}) {
-        XmlDocument aborted;
-        auto destroyed = std::make_unique<XmlDocument>();
+        XmlDocument aborted(test::By(session));
+        auto destroyed = std::make_unique<XmlDocument>(test::By(session));
         aborted.Load(server.Url(path));
         destroyed->Load(server.Url(path));
         bool nested = false;
@@ -123,7 +127,7 @@ TEST_F(AnXmlDocument, CanBeAbortedAndDestroyedFromANestedEvent) {
             });
             EXPECT_TRUE(WaitUntil([&] { return nested; }));
         });
-        EXPECT_TRUE(WaitUntil([&] { return aborted.ReadyState() == 4; }));
+        EXPECT_TRUE(WaitUntil([&] { return test::IsComplete(aborted); }));
         KillTimer(timer);
         EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
         PumpFor(10ms);
@@ -137,7 +141,7 @@ TEST_F(AnXmlDocument, ReadsTheBytesOfALargeFileInManyEvents) {
     XmlDocument document;
     document.Load(folder / "large.xml");
     int passes = 0;
-    EXPECT_TRUE(WaitUntil([&] { return ++passes, document.ReadyState() == 4; }));
+    EXPECT_TRUE(WaitUntil([&] { return ++passes, test::IsComplete(document); }));
     EXPECT_GT(passes, 30);
     EXPECT_EQ(document.DocumentElement()->SelectNodes("item/title").size(), 100'000U);
 }

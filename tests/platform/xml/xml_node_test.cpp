@@ -3,9 +3,8 @@
 #include <map>
 
 #include "platform/values/run_time_error.h"
-#include "platform/xml/xml_document.h"
+#include "support/documents.h"
 #include "support/support.h"
-#include "support/wait_until.h"
 
 namespace pellago {
 namespace {
@@ -17,8 +16,7 @@ protected:
     XmlNode Root(const std::string& text) {
         test::WriteFile(folder_ / "a.xml", text);
         document_ = std::make_unique<XmlDocument>();
-        document_->Load(folder_ / "a.xml");
-        EXPECT_TRUE(test::WaitUntil([&] { return document_->ReadyState() == 4; }));
+        test::Load(*document_, folder_ / "a.xml");
         EXPECT_EQ(document_->ParseError().reason, "");
         return document_->DocumentElement().value();
     }

@@ -4,8 +4,7 @@
 #include <ctime>
 #include <functional>
 
-#include "platform/net/http_transfer.h"
-#include "platform/xml/xml_document.h"
+#include "support/documents.h"
 #include "support/http_server.h"
 #include "support/support.h"
 #include "support/wait_until.h"
@@ -16,7 +15,7 @@ namespace {
 
 using namespace std::string_literals;
 using test::HttpServer;
-using testing::HasSubstr;
+using testing::StartsWith;
 
 std::string Utf16(const std::u16string& text, bool big_endian) {
     std::string bytes;
@@ -43,16 +42,13 @@ std::string Numbered(std::size_t count, const std::string& before, const std::st
 
 class AnXmlText : public testing::Test {
 protected:
-    /// The text of the root element, or "error: " and the reason.
+    /// The text of the root element, or "!" and the reason.
     std::string Read(const std::string& bytes, const std::string& content_type = "",
                      std::chrono::microseconds pause = {}) {
         server.Answer("/a",
                       {.headers = {{"Content-Type", content_type}}, .body = bytes, .pause_per_byte = pause});
-        XmlDocument document;
-        document.Load(server.Url("/a"));
-        if (!test::WaitUntil([&] { return document.ReadyState() == 4; })) return "did not end";
-        const auto root = document.DocumentElement();
-        return root ? root->Text() : "error: " + document.ParseError().reason;
+        HttpSession session({.cache = false});
+        return test::Load(session, server.Url("/a"));
     }
 
     HttpServer server;
@@ -132,7 +128,7 @@ TEST_F(AnXmlText, IsRefusedWhereItIsNotWellFormedOrNotOfItsEncoding) {
         {"no XML", "{}"},
         {"a page", "<!DOCTYPE html><p>x<br>y</p>"},
     };
-    for (const auto& [name, bytes] : cases) EXPECT_THAT(Read(bytes), HasSubstr("error: ")) << name;
+    for (const auto& [name, bytes] : cases) EXPECT_THAT(Read(bytes), StartsWith("!")) << name;
 }
 
 TEST_F(AnXmlText, NeverHasAnythingReadFromOutside) {
@@ -182,11 +178,11 @@ TEST_F(AnXmlText, IsRefusedFastWhereItIsABomb) {
                                            ">]><a>" + Repeated(84, "<b/>") + "</a>"},
         {"too many namespaces",
          "<a " + Numbered(4'900, "xmlns:n", "='u' ") + ">" + Repeated(400'000, "<n1:b/>") + "</a>"},
-        {"larger than 64 MiB", "<a>" + std::string(HttpTransfer::kMaxBody, 'x') + "</a>"},
+        {"larger than 64 MiB", "<a>" + std::string(kMaxDocument, 'x') + "</a>"},
     };
     for (const auto& [name, bytes] : cases) {
         const auto processor_time = std::clock();
-        EXPECT_THAT(Read(bytes), HasSubstr("error: ")) << name;
+        EXPECT_THAT(Read(bytes), StartsWith("!")) << name;
         EXPECT_LT(static_cast<double>(std::clock() - processor_time) / CLOCKS_PER_SEC, 10) << name;
     }
 }

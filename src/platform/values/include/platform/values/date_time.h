@@ -33,6 +33,9 @@ DateTime ComposeDate(int year, int month, int day, int hour = 0, int minute = 0,
 
 /// The current local time.
 DateTime Now();
+/// The system's clock in seconds since 1 January 1970 00:00 UTC.
+std::int64_t UnixTime();
+
 /// Makes Now() answer `clock`; an empty function brings the system's clock back. For tests.
 void ReplaceClock(std::function<DateTime()> clock);
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,7 +11,7 @@
 
 namespace pellago {
 
-class HttpSession;
+class DocumentSource;
 
 /// An element or attribute of a loaded document; valid as long as the document is.
 /// Names are compared as written, prefix included; a default namespace changes nothing.
@@ -40,12 +41,24 @@ struct XmlParseError {
     std::string reason;
 };
 
+/// How far the load of a document has come.
+enum class ReadyState : std::int32_t {
+    kUninitialised = 0,
+    kLoading = 1,  ///< data still arriving
+    kLoaded = 2,   ///< all data received
+    kParsing = 3,
+    kComplete = 4  ///< also after a failure or an abort
+};
+
 /// A document loaded in the background, through the message loop, from an http or https address, a file
 /// address or a plain path.
 class XmlDocument final {
 public:
-    /// With a session, which must outlive the document, what that has read ahead is taken over.
-    explicit XmlDocument(HttpSession* session = nullptr);
+    /// Gives the bytes behind an http or https address.
+    using WebOpener = std::function<std::shared_ptr<DocumentSource>(const std::string& url)>;
+
+    /// Without `open_web` documents come from files alone.
+    explicit XmlDocument(WebOpener open_web = {});
     ~XmlDocument();
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
@@ -54,10 +67,7 @@ public:
     /// loaded once. Throws RunTimeError when it is not possible to start at all.
     void Load(const std::string& address);
 
-    /// 0 nothing asked for, 1 loading (data still arriving), 2 and 3 data received and being parsed, 4
-    /// complete, also after a failure or an abort.
-    std::int32_t ReadyState() const;
-
+    pellago::ReadyState ReadyState() const;
     /// Ends a pending load at once, from wherever it is called; the state is then 4, the parse error not 0.
     void Abort();
 
