@@ -8,8 +8,9 @@
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
 #include "database.h"
-#include "engine/run_objects.h"
+#include "engine/update_run.h"
 #include "infra/error_handler.h"
+#include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
 #include "live_display.h"
 #include "platform/loop/message_loop.h"
@@ -18,6 +19,7 @@
 #include "platform/system/message_box.h"
 #include "platform/values/terminal_text.h"
 #include "run_record.h"
+#include "store/hand_over.h"
 
 namespace pellago::cli {
 namespace {
@@ -95,7 +97,7 @@ UpdateVerb::~UpdateVerb() {
 }
 
 ExitStatus UpdateVerb::Run() {
-    InitDBObjects([](auto&& statement) { statement(); }, engine_, *database_);
+    RaisingErrors([this](Statements& run) { HandOver(run, engine_, *database_); });
     reader_ = std::make_unique<RunReader>(*database_);
     // The second Ctrl-C finds no handler any more and ends the program at once.
     signals_.emplace([this](int) {

@@ -175,5 +175,18 @@ TEST(IgnoringErrors, RunsEveryStatementAndAsksNobody) {
     EXPECT_THAT(done, ElementsAre(0, 1));
 }
 
+TEST(RaisingErrors, EndsAtTheFirstFailure) {
+    bool went_on = false;
+    EXPECT_THAT(
+        [&] {
+            RaisingErrors([&](Statements& run) {
+                run([] { Fail(); });
+                run([&] { went_on = true; });
+            });
+        },
+        ThrowsMessage<RunTimeError>("failed"));
+    EXPECT_FALSE(went_on);
+}
+
 }  // namespace
 }  // namespace pellago

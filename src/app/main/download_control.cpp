@@ -7,12 +7,13 @@
 #include "app/shared/globals.h"
 #include "desktop/message_box.h"
 #include "desktop/progress_display.h"
-#include "engine/run_objects.h"
+#include "engine/update_run.h"
 #include "infra/guarded_routine.h"
 #include "infra/internet_connection.h"
 #include "infra/process_objects.h"
 #include "main_window_controls.h"
 #include "platform/files/program.h"
+#include "store/hand_over.h"
 
 namespace pellago {
 namespace {
@@ -70,7 +71,7 @@ void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
 
 void frmMain::InitDBObjects(CDBUpdate& engine) {
     Guarded("Corvane.frmMain.InitDBObjects",
-            [&](Statements& run) { pellago::InitDBObjects(run, engine, DataEnvironment()); });
+            [&](Statements& run) { HandOver(run, engine, DataEnvironment()); });
 }
 
 void frmMain::RunEngine(std::int32_t mode, std::int32_t id) {

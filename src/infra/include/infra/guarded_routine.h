@@ -89,18 +89,26 @@ void RunStatements(std::function<Decision()> decide, Body&& body) {
     }
 }
 
+namespace guarded_routine {
+void Enter(std::string_view name);
+void Leave();
+/// Asks the error handler; on abort the call stack is cleared.
+Decision AskHandler();
+/// Throws what Err() tells as a RunTimeError.
+[[noreturn]] Decision RaiseCurrent();
+}  // namespace guarded_routine
+
 /// Runs a routine whose failures are of no interest: the next statement runs.
 template <class Body>
 void IgnoringErrors(Body&& body) {
     RunStatements([] { return Decision::kIgnore; }, std::forward<Body>(body));
 }
 
-namespace guarded_routine {
-void Enter(std::string_view name);
-void Leave();
-/// Asks the error handler; on abort the call stack is cleared.
-Decision AskHandler();
-}  // namespace guarded_routine
+/// Runs a routine that ends at its first failure, which reaches the caller as a RunTimeError.
+template <class Body>
+void RaisingErrors(Body&& body) {
+    RunStatements(&guarded_routine::RaiseCurrent, std::forward<Body>(body));
+}
 
 /// Runs a routine that is known to the error handler by `name` ("Corvane.", the module, ".", the routine): it
 /// is on the call stack while it runs, and the handler decides about each failure. After an abort the caller
