@@ -90,19 +90,17 @@ const ChannelResult& RunReader::Add(ChannelResult result, RunRecord& record) {
 
 void RunReader::Finish(RunRecord& record) {
     // A session whose row could not be written has no key.
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            record.session = CLng(Sessions(database_).Value("ID"));
-            // As they are stored: the row in hand also holds what could not be written.
-            Recordset stored(database_.CnnRSS(), database_.Recordsets("rsDownloadSessions")->Source());
-            stored.Open();
-            stored.Filter("ID = " + std::to_string(*record.session));
-            record.start = DateOf(stored.Value("StartTime"));
-            record.end = DateOf(stored.Value("EndTime"));
-            ChannelResult of_the_run;
-            ReadNewRows(of_the_run);
-            record.nothing_matched = std::ranges::count(of_the_run.codes, result_code::kNothingToDo) > 0;
-        });
+    Try([&] {
+        record.session = CLng(Sessions(database_).Value("ID"));
+        // As they are stored: the row in hand also holds what could not be written.
+        Recordset stored(database_.CnnRSS(), database_.Recordsets("rsDownloadSessions")->Source());
+        stored.Open();
+        stored.Filter("ID = " + std::to_string(*record.session));
+        record.start = DateOf(stored.Value("StartTime"));
+        record.end = DateOf(stored.Value("EndTime"));
+        ChannelResult of_the_run;
+        ReadNewRows(of_the_run);
+        record.nothing_matched = std::ranges::count(of_the_run.codes, result_code::kNothingToDo) > 0;
     });
 }
 

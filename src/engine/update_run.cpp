@@ -75,10 +75,8 @@ private:
 };
 
 void OpenIfClosed(const std::shared_ptr<Recordset>& recordset) {
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            if (!Required(recordset).IsOpen()) recordset->Open();
-        });
+    Try([&] {
+        if (!Required(recordset).IsOpen()) recordset->Open();
     });
 }
 

@@ -77,15 +77,13 @@ std::vector<std::string> CAppSettings::GetAllKeys(const std::string& Section) co
 Variant CAppSettings::GetSetting(const std::string& Section, const std::string& KeyName,
                                  const Variant& Default) const {
     Variant result = Default;
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            const auto value = RegQueryValueEx(root_key_, KeyPath(Section), KeyName);
-            if (!value) return;
-            if (auto text = value->Text())
-                result = *std::move(text);
-            else if (const auto number = value->Number())
-                result = *number;
-        });
+    Try([&] {
+        const auto value = RegQueryValueEx(root_key_, KeyPath(Section), KeyName);
+        if (!value) return;
+        if (auto text = value->Text())
+            result = *std::move(text);
+        else if (const auto number = value->Number())
+            result = *number;
     });
     return result;
 }

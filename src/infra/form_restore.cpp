@@ -40,9 +40,7 @@ bool IsSizable(const PlacedForm& form) {
 
 /// Text that is no number counts as 0.
 std::int32_t ToNumber(const Variant& value) {
-    std::int32_t number = 0;
-    IgnoringErrors([&](Statements& run) { run([&] { number = CLng(value); }); });
-    return number;
+    return Try([&] { return CLng(value); });
 }
 
 /// Half of it, halves to even.

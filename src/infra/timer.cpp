@@ -15,9 +15,7 @@ struct cTimer::State {
     void Tick(std::uint32_t tick_count) {
         if (busy) return;
         busy = true;
-        IgnoringErrors([&](Statements& run) {
-            run([&] { owner->iTimer_Fire(static_cast<std::int32_t>(tick_count - start_tick_count)); });
-        });
+        Try([&] { owner->iTimer_Fire(static_cast<std::int32_t>(tick_count - start_tick_count)); });
         busy = false;
     }
 };
@@ -41,7 +39,7 @@ void cTimer::start(std::int32_t nInterval, iTimer& Owner) {
         else
             KillTimer(*own_id);
     };
-    IgnoringErrors([&](Statements& run) { run([&] { *own_id = SetTimer(nInterval, tick); }); });
+    *own_id = Try([&] { return SetTimer(nInterval, tick); });
     state_->timer_id = *own_id;
 }
 

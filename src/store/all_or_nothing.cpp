@@ -16,11 +16,11 @@ AllOrNothing::AllOrNothing(Connection& connection)
 
 AllOrNothing::~AllOrNothing() {
     if (is_kept_ || (is_inside_another_ && !connection_.HoldsWrites())) return;
-    IgnoringErrors([this](Statements& run) {
+    Try([this] {
         if (is_inside_another_)
-            run([this] { connection_.Execute("ROLLBACK TO AllOrNothing; RELEASE AllOrNothing"); });
+            connection_.Execute("ROLLBACK TO AllOrNothing; RELEASE AllOrNothing");
         else
-            run([this] { connection_.RollbackWrites(); });
+            connection_.RollbackWrites();
     });
 }
 

@@ -80,12 +80,10 @@ void Answer(QDropEvent& event) {
 
 // Whoever handles the link may wait, and the catcher be closed meanwhile: nothing here is the catcher's.
 void HandOver(const QMimeData& data) {
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            const auto handler = CreateLinkHandler(kLinkHandlerClass);
-            const auto text = PlainTextOf(data);
-            if (!text.empty()) handler->HandleLink(Variant(text));
-        });
+    Try([&] {
+        const auto handler = CreateLinkHandler(kLinkHandlerClass);
+        const auto text = PlainTextOf(data);
+        if (!text.empty()) handler->HandleLink(Variant(text));
     });
 }
 

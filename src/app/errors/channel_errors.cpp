@@ -76,12 +76,10 @@ void DeactivateChannels(const std::vector<std::string>& ids) {
     AllOrNothing writes(*connection);
     Recordset channels(connection, database.Recordsets("rsAllChannels")->Source());
     channels.Open();
-    IgnoringErrors([&](Statements& run) {
-        for (const auto& id : ids) {
-            if (!connection->HoldsWrites()) break;  // a full disk: what was written is lost
-            run([&] { DeactivateChannel(channels, id); });
-        }
-    });
+    for (const auto& id : ids) {
+        if (!connection->HoldsWrites()) break;  // a full disk: what was written is lost
+        Try([&] { DeactivateChannel(channels, id); });
+    }
     writes.Keep();
 }
 
@@ -138,11 +136,11 @@ QPushButton* frmChannelErrors::MakeButton(const char* name, const QString& capti
 }
 
 void frmChannelErrors::Form_Load() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->GetPosition(*this); }); });
+    Try([&] { gFormRestore->GetPosition(*this); });
 }
 
 void frmChannelErrors::Form_Unload() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->SavePosition(*this); }); });
+    Try([&] { gFormRestore->SavePosition(*this); });
 }
 
 void frmChannelErrors::FillChannels(const std::vector<std::string>& ChannelErrors) {
@@ -187,15 +185,13 @@ void frmChannelErrors::Deactivate() {
 }
 
 void frmChannelErrors::Send() {
-    IgnoringErrors([&](Statements& run) {
-        std::string text;
-        for (int row = 0; row < grid_->rowCount(); ++row) {
-            text += "\r\n";
-            for (int column = 0; column < grid_->columnCount(); ++column)
-                text += (column == 0 ? "" : "\t") + Cell(row, column);
-        }
-        run([&] { CShell().OpenUrl(ReportMailLink(support_mail_, "News%20Download%20Error", text)); });
-    });
+    std::string text;
+    for (int row = 0; row < grid_->rowCount(); ++row) {
+        text += "\r\n";
+        for (int column = 0; column < grid_->columnCount(); ++column)
+            text += (column == 0 ? "" : "\t") + Cell(row, column);
+    }
+    Try([&] { CShell().OpenUrl(ReportMailLink(support_mail_, "News%20Download%20Error", text)); });
 }
 
 }  // namespace pellago

@@ -116,14 +116,12 @@ void LogModel::Bind(std::vector<int> group_columns) {
     failure_.reset();
     root_ = std::make_unique<Section>();
     endResetModel();
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            rows_->Open();  // again, where that failed: it says why
-            root_->filter = rows_->Filter();
-            Fill(*root_);
-        });
-        if (!root_->unfolded) failure_ = Err().description;
+    Try([&] {
+        rows_->Open();  // again, where that failed: it says why
+        root_->filter = rows_->Filter();
+        Fill(*root_);
     });
+    if (!root_->unfolded) failure_ = Err().description;
     changed_();
 }
 
@@ -268,7 +266,7 @@ bool LogModel::setData(const QModelIndex& index, const QVariant& value, int role
     const auto place = PlaceOf(index.row());
     if (place.row || place.section->unfolded == value.toBool()) return false;
     if (value.toBool())
-        IgnoringErrors([&](Statements& run) { run([&] { Fill(*place.section); }); });
+        Try([&] { Fill(*place.section); });
     else
         Empty(*place.section);
     TellHeader(*place.section);
@@ -317,9 +315,7 @@ QVariant LogModel::RowData(const Place& place, int column, int role) const {
 }
 
 std::vector<Variant> LogModel::ValuesOf(const Place& place) const {
-    std::vector<Variant> values;
-    IgnoringErrors([&](Statements& run) { run([&] { values = place.section->rows->Row(*place.row); }); });
-    return values;
+    return Try([&] { return place.section->rows->Row(*place.row); });
 }
 
 }  // namespace pellago

@@ -34,9 +34,7 @@ std::vector<DataGrid::Field> Fields() {
 }
 
 bool Boolean(const std::string& text) {
-    bool value = false;
-    IgnoringErrors([&](Statements& run) { run([&] { value = BooleanFromText(text); }); });
-    return value;
+    return Try([&] { return BooleanFromText(text); });
 }
 
 }  // namespace
@@ -79,7 +77,7 @@ frmLog::frmLog()
 frmLog::~frmLog() = default;
 
 void frmLog::Form_Load() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->GetPosition(*this); }); });
+    Try([&] { gFormRestore->GetPosition(*this); });
 }
 
 void frmLog::Form_Activate() {
@@ -99,7 +97,7 @@ void frmLog::Form_Activate() {
 }
 
 void frmLog::Form_Unload() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->SavePosition(*this); }); });
+    Try([&] { gFormRestore->SavePosition(*this); });
 }
 
 // The grid keeps the layout of its columns and the text that is being typed, whatever the model does.

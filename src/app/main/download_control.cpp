@@ -87,9 +87,7 @@ void frmMain::RunEngine(std::int32_t mode, std::int32_t id) {
 }
 
 bool frmMain::IsInternetConnected() const {
-    bool connected = false;
-    IgnoringErrors([&](Statements& run) { run([&] { connected = CInternetConnection().Connected(); }); });
-    return connected;
+    return Try([] { return CInternetConnection().Connected(); });
 }
 
 void frmMain::TellNoConnection() {

@@ -127,9 +127,7 @@ void frmMain::UnhookMessages() {
 }
 
 void frmMain::Form_Resize() {
-    IgnoringErrors([&](Statements& run) {
-        if (WindowState() == FormWindowState::kMinimized) run([&] { HideOrMinimize(); });
-    });
+    if (WindowState() == FormWindowState::kMinimized) Try([&] { HideOrMinimize(); });
 }
 
 void frmMain::Form_QueryUnload(bool& Cancel, UnloadMode reason) {
@@ -173,7 +171,7 @@ void frmMain::ShowInFront() {
 }
 
 void frmMain::btnHide_Click() {
-    IgnoringErrors([&](Statements& run) { run([&] { HideOrMinimize(); }); });
+    Try([&] { HideOrMinimize(); });
 }
 
 // Hidden without an icon in a tray it could not be found again.

@@ -44,9 +44,7 @@ std::string TextOf(const QLineEdit& box) { return box.text().toStdString(); }
 std::int32_t Interval(const QLineEdit& box) { return LongFromText(TextOf(box)); }
 
 bool IsValid(const QLineEdit& box) {
-    bool valid = false;
-    IgnoringErrors([&](Statements& run) { run([&] { valid = Interval(box) <= kLongestInterval; }); });
-    return valid;
+    return Try([&] { return Interval(box) <= kLongestInterval; });
 }
 
 }  // namespace

@@ -45,12 +45,11 @@ std::int32_t SiblingWindow() {
 }  // namespace
 
 void frmMain::OnStatusText(const std::string& text) {
-    IgnoringErrors([&](Statements& run) { run([&] { item_->Line(text); }); });
+    Try([&] { item_->Line(text); });
 }
 
 void frmMain::OnItemProgress(std::int32_t percent) {
-    IgnoringErrors(
-        [&](Statements& run) { run([&] { item_->Progress(percent, std::to_string(percent) + " %"); }); });
+    Try([&] { item_->Progress(percent, std::to_string(percent) + " %"); });
 }
 
 void frmMain::OnProvider(const std::string& name, std::int32_t index, std::int32_t count) {

@@ -44,7 +44,7 @@ frmMessage::frmMessage()
     label_->setFixedWidth(frame_->width());
     ok_->setObjectName(QStringLiteral("btnOk"));
     CancelButton(ok_);
-    OnClick(ok_, [this] { IgnoringErrors([&](Statements& run) { run([&] { Hide(); }); }); });
+    OnClick(ok_, [this] { Try([this] { Hide(); }); });
 
     auto* layout = new QGridLayout(this);  // owned by the form
     layout->addWidget(picture_, 0, 0, Qt::AlignVCenter);

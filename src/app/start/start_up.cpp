@@ -70,7 +70,7 @@ void StoreWindow(const frmMain& window) {
 void StartRequestedRun(frmMain& window) {
     if (!gUpdateRequested && gProviderID <= 0 && gChannelID <= 0) return;
     // Other starts must find it in the middle of the run. That it cannot be stored is told afterwards.
-    IgnoringErrors([&](Statements& run) { run([&] { StoreWindow(window); }); });
+    Try([&] { StoreWindow(window); });
     if (gUpdateRequested)
         window.StartUpdate(update_mode::kAll, 0);
     else if (gProviderID > 0)

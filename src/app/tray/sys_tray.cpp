@@ -104,7 +104,7 @@ frmSysTray::frmSysTray(frmSysTrayEvents& events)
 
 // No icon may stay behind a form that was never unloaded.
 frmSysTray::~frmSysTray() {
-    if (IsLoaded()) IgnoringErrors([&](Statements& run) { run([&] { Notify(NIM_DELETE); }); });
+    if (IsLoaded()) Try([&] { Notify(NIM_DELETE); });
 }
 
 void frmSysTray::Form_Load() {

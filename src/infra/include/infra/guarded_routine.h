@@ -104,6 +104,13 @@ void IgnoringErrors(Body&& body) {
     RunStatements([] { return Decision::kIgnore; }, std::forward<Body>(body));
 }
 
+/// Runs one statement whose failure is of no interest: it is in Err(), and the result is a value-initialised
+/// one.
+template <class Statement>
+std::invoke_result_t<Statement> Try(Statement&& statement, std::int32_t line = __builtin_LINE()) {
+    return Statements([] { return Decision::kIgnore; })(std::forward<Statement>(statement), line);
+}
+
 /// Runs a routine that ends at its first failure, which reaches the caller as a RunTimeError.
 template <class Body>
 void RaisingErrors(Body&& body) {
