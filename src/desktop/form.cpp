@@ -267,8 +267,8 @@ void Form::reject() {
     if (cancel_button_) cancel_button_->click();
 }
 
-std::int32_t Form::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t /*uMsg*/, std::int32_t /*wParam*/,
-                                   std::int32_t /*lParam*/) {
+std::int32_t Form::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t /*message*/, std::int32_t /*w_param*/,
+                                   std::int32_t /*l_param*/) {
     return 0;
 }
 

@@ -270,8 +270,8 @@ void CDBUpdate::WriteDownloadLog(std::int32_t channel_id, std::int32_t result, b
     log.Update();
 }
 
-void CDBUpdate::iTimer_Fire(std::int32_t lElapsedMS) {
-    events_.OnTimer(CLng(static_cast<double>(lElapsedMS) / 1000));
+void CDBUpdate::iTimer_Fire(std::int32_t elapsed_ms) {
+    events_.OnTimer(CLng(static_cast<double>(elapsed_ms) / 1000));
 }
 
 }  // namespace pellago

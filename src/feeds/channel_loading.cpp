@@ -98,7 +98,7 @@ void clsChannel::ParseDocument(const XmlDocument& document) {
     });
 }
 
-void clsChannel::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
+void clsChannel::iTimer_Fire(std::int32_t /*elapsed_ms*/) {
     if (document_ && document_->ReadyState() == kArriving) {
         document_->Abort();
         load_cancelled_ = true;

@@ -84,24 +84,24 @@ void CFormRestore::Init(CAppSettings* settings, bool centered_by_default) {
     CenteredByDefault(centered_by_default);
 }
 
-void CFormRestore::GetPosition(PlacedForm& Form) const {
+void CFormRestore::GetPosition(PlacedForm& form) const {
     kErrors.Run([&] {
         CheckInitialized(settings_);
-        const auto stored = settings_->GetSetting(SectionOf(Form), kWindowState, kNothingStored);
+        const auto stored = settings_->GetSetting(SectionOf(form), kWindowState, kNothingStored);
         const auto command = ToNumber(stored);
         if (command >= 0)
-            Restore(Form, command);
+            Restore(form, command);
         else if (centered_by_default_)
-            Center(Form);
+            Center(form);
     });
 }
 
-void CFormRestore::SavePosition(const PlacedForm& Form) const {
+void CFormRestore::SavePosition(const PlacedForm& form) const {
     kErrors.Run([&] {
         CheckInitialized(settings_);
-        const auto placement = Form.Placement();
+        const auto placement = form.Placement();
         if (!placement) return;
-        const auto section = SectionOf(Form);
+        const auto section = SectionOf(form);
         for (const auto& [name, number] : {std::pair{kWindowState, placement->show_command},
                                            {"MinPosX", placement->minimized.x},
                                            {"MinPosY", placement->minimized.y},

@@ -24,10 +24,10 @@ cTimer::cTimer() : state_(std::make_shared<State>()) {}
 
 cTimer::~cTimer() { KillTimer(state_->timer_id); }
 
-void cTimer::start(std::int32_t nInterval, iTimer& Owner) {
+void cTimer::start(std::int32_t interval_ms, iTimer& owner) {
     state_->start_tick_count = GetTickCount();
-    state_->owner = &Owner;
-    state_->owner_alive = Owner.lifetime_.Watch();
+    state_->owner = &owner;
+    state_->owner_alive = owner.lifetime_.Watch();
     // The callback knows its own timer: one that was forgotten by a second start must end with the object
     // too.
     auto own_id = std::make_shared<std::int32_t>(0);
@@ -39,7 +39,7 @@ void cTimer::start(std::int32_t nInterval, iTimer& Owner) {
         else
             KillTimer(*own_id);
     };
-    *own_id = Try([&] { return SetTimer(nInterval, tick); });
+    *own_id = Try([&] { return SetTimer(interval_ms, tick); });
     state_->timer_id = *own_id;
 }
 

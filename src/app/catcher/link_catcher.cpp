@@ -122,9 +122,9 @@ void frmRSSLinkCatcher::Form_Load() {
 }
 
 // Who closes it as a window means what its owner's menu says; that entry's mark must go, too.
-void frmRSSLinkCatcher::Form_QueryUnload(bool& Cancel, UnloadMode mode) {
+void frmRSSLinkCatcher::Form_QueryUnload(bool& cancel, UnloadMode mode) {
     if (mode != UnloadMode::kFormControlMenu) return;
-    Cancel = true;
+    cancel = true;
     CallLater(close_);
 }
 

@@ -143,11 +143,11 @@ void frmChannelErrors::Form_Unload() {
     Try([&] { gFormRestore->SavePosition(*this); });
 }
 
-void frmChannelErrors::FillChannels(const std::vector<std::string>& ChannelErrors) {
+void frmChannelErrors::FillChannels(const std::vector<std::string>& channel_errors) {
     grid_->setUpdatesEnabled(false);
-    grid_->setRowCount(static_cast<int>(ChannelErrors.size()));
+    grid_->setRowCount(static_cast<int>(channel_errors.size()));
     int row = 0;
-    for (const auto& entry : ChannelErrors) {
+    for (const auto& entry : channel_errors) {
         const auto fields = QString::fromStdString(entry).split(QLatin1Char('\t'));
         int column = 0;
         for (const auto field : kFields)

@@ -131,10 +131,10 @@ void frmLog::ShowStatus() {
                          : QStringLiteral("The filter is not valid; the one before it is in force."));
 }
 
-std::string frmLog::getFilter(std::vector<GridColumn>& Columns) {
+std::string frmLog::getFilter(std::vector<GridColumn>& columns) {
     constexpr std::string_view kAnd = " AND ";
     std::string filter;
-    for (auto& column : Columns) {
+    for (auto& column : columns) {
         const auto text = column.FilterText();
         const auto& field = column.DataField();
         if (Trim(text).empty()) continue;

@@ -31,7 +31,6 @@ namespace {
 
 constexpr int kTrayWaitMs = 3000;
 
-constexpr std::int32_t kBefore = 1;
 constexpr std::array kHooked{WM_CMD_UPDATE_ALL, WM_CMD_UPDATE_PROVIDER, WM_CMD_UPDATE_CHANNEL, WM_CMD_SHOW,
                              WM_CMD_CLOSE,      WM_CMD_CLOSE_IF_IDLE,   WM_CMD_RESET_TIMER};
 
@@ -116,12 +115,12 @@ void frmMain::ColorControls() {
 void frmMain::HookMessages() {
     subclasser_ = std::make_unique<cSubclass>();
     subclasser_->Subclass(hWnd(), *this);
-    for (const auto message : kHooked) subclasser_->AddMsg(message, kBefore);
+    for (const auto message : kHooked) subclasser_->AddMsg(message, show_message::kBefore);
 }
 
 void frmMain::UnhookMessages() {
     if (!subclasser_) return;
-    for (const auto message : kHooked) subclasser_->DelMsg(message, kBefore);
+    for (const auto message : kHooked) subclasser_->DelMsg(message, show_message::kBefore);
     subclasser_->UnSubclass();
     subclasser_.reset();
 }
@@ -130,15 +129,15 @@ void frmMain::Form_Resize() {
     if (WindowState() == FormWindowState::kMinimized) Try([&] { HideOrMinimize(); });
 }
 
-void frmMain::Form_QueryUnload(bool& Cancel, UnloadMode reason) {
+void frmMain::Form_QueryUnload(bool& cancel, UnloadMode reason) {
     if (reason != UnloadMode::kFormControlMenu) return;
     if (!dbu_) {
-        Cancel = !AskWhetherToClose();
+        cancel = !AskWhetherToClose();
         return;
     }
     ShowMessageBox({"Please, stop downloading process before quiting this application!", gAppTitle,
                     MessageBoxButtons::kOk, MessageBoxIcon::kInformation});
-    Cancel = true;
+    cancel = true;
 }
 
 // The tray's menu stays alive while the question is asked.

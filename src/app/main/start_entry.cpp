@@ -67,22 +67,22 @@ void RunAtStartUp(StartEntryMode mode, std::string name, std::string command) {
     });
 }
 
-bool SetRegistryValue(std::int32_t root, const std::string& subkey, const std::string& valueName,
+bool SetRegistryValue(std::int32_t root, const std::string& subkey, const std::string& value_name,
                       const Variant& value) {
     bool written = false;
     Guarded("Corvane.modAddtoStartUp.SetRegistryValue", [&](Statements& run) {
         run([&] {
             written = IsKey(root, subkey) &&
-                      RegSetValueEx(root, subkey, valueName, RegistryValueOf(value)) == RegResult::kSuccess;
+                      RegSetValueEx(root, subkey, value_name, RegistryValueOf(value)) == RegResult::kSuccess;
         });
     });
     return written;
 }
 
-bool DeleteRegistryValue(std::int32_t root, const std::string& subkey, const std::string& valueName) {
+bool DeleteRegistryValue(std::int32_t root, const std::string& subkey, const std::string& value_name) {
     bool deleted = false;
     Guarded("Corvane.modAddtoStartUp.DeleteRegistryValue", [&](Statements& run) {
-        run([&] { deleted = RegDeleteValue(root, subkey, valueName) == RegResult::kSuccess; });
+        run([&] { deleted = RegDeleteValue(root, subkey, value_name) == RegResult::kSuccess; });
     });
     return deleted;
 }

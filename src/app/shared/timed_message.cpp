@@ -73,7 +73,7 @@ void frmMessage::Form_Activate() {
 
 void frmMessage::Form_Unload() { timer_ = nullptr; }
 
-void frmMessage::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
+void frmMessage::iTimer_Fire(std::int32_t /*elapsed_ms*/) {
     IgnoringErrors([&](Statements& run) {
         if (seconds_ != 0) {
             run([&] { ShowSeconds(); });

@@ -55,8 +55,8 @@ void Put(const std::basic_string<Char>& units, Char* field, std::size_t size) {
 
 /// The field ends with a NUL. An empty text leaves it as it was.
 template <class Char>
-void stringToArray(const std::string& text, Char* field, std::size_t sizeBytes) {
-    const auto size = sizeBytes / sizeof(Char);
+void stringToArray(const std::string& text, Char* field, std::size_t size_in_bytes) {
+    const auto size = size_in_bytes / sizeof(Char);
     if (!text.empty()) Put(Cut<Char>(text, size - 1), field, size);
 }
 
@@ -160,16 +160,16 @@ void frmSysTray::Notify(std::uint32_t message) const {
         Shell_NotifyIconA(message, std::get<NOTIFYICONDATAA>(record_));
 }
 
-void frmSysTray::Form_QueryUnload(bool& /*Cancel*/, UnloadMode /*mode*/) {
+void frmSysTray::Form_QueryUnload(bool& /*cancel*/, UnloadMode /*mode*/) {
     Guarded("Corvane.frmSysTray.Form_QueryUnload",
             [&](Statements& run) { run([&] { Notify(NIM_DELETE); }); });
 }
 
 void frmSysTray::Form_Unload() { menu_->close(); }
 
-std::int32_t frmSysTray::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t uMsg, std::int32_t /*wParam*/,
-                                         std::int32_t lParam) {
-    if (uMsg == kTrayMessage) Form_MouseMove(lParam);
+std::int32_t frmSysTray::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t message,
+                                         std::int32_t /*w_param*/, std::int32_t l_param) {
+    if (message == kTrayMessage) Form_MouseMove(l_param);
     return 0;
 }
 
@@ -180,15 +180,15 @@ void frmSysTray::Form_MouseMove(std::int32_t code) {
             [&events, code](Statements& run) { run([&] { Tell(events, code); }); });
 }
 
-void frmSysTray::ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t iconKind,
-                                std::uint32_t timeoutMs) {
+void frmSysTray::ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t icon_kind,
+                                std::uint32_t timeout_ms) {
     const auto show = [&](auto& record, Statements& run) {
         // Also where the new text is empty, the last balloon's is gone.
         run([&] { record.szInfo[0] = record.szInfoTitle[0] = {}; });
         run([&] { stringToArray(text, record.szInfo, sizeof(record.szInfo)); });
         run([&] { stringToArray(title, record.szInfoTitle, sizeof(record.szInfoTitle)); });
-        run([&] { record.uTimeout = timeoutMs; });
-        run([&] { record.dwInfoFlags = iconKind; });
+        run([&] { record.uTimeout = timeout_ms; });
+        run([&] { record.dwInfoFlags = icon_kind; });
         run([&] { record.uFlags = NIF_INFO; });
         run([&] { Notify(NIM_MODIFY); });
     };
@@ -224,7 +224,7 @@ void frmSysTray::AddItem() {
     items_.push_back(item);
 }
 
-std::int32_t frmSysTray::AddMenuItem(const std::string& caption, const std::string& key, bool isDefault) {
+std::int32_t frmSysTray::AddMenuItem(const std::string& caption, const std::string& key, bool is_default) {
     std::int32_t index = 0;
     Guarded("Corvane.frmSysTray.AddMenuItem", [&](Statements& run) {
         if (first_item_used_) run([&] { AddItem(); });
@@ -237,7 +237,7 @@ std::int32_t frmSysTray::AddMenuItem(const std::string& caption, const std::stri
         if (!item->isSeparator())
             run([&] { item->setText(QString::fromStdString(Replace(caption, "&", "&&"))); });
         run([&] { item->setVisible(true); });
-        if (isDefault) run([&] { DefaultMenuIndex(index); });
+        if (is_default) run([&] { DefaultMenuIndex(index); });
     });
     return index;
 }

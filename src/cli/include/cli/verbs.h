@@ -27,7 +27,8 @@ ExitStatus AddProvider(const Context& context, const std::string& name, const st
 ExitStatus SetProvidersActive(const Context& context, const std::vector<std::int32_t>& ids, bool active);
 
 ExitStatus ListChannels(const Context& context, std::optional<std::int32_t> provider);
-ExitStatus AddChannel(const Context& context, const std::string& address, std::int32_t provider,
+/// `text` is the address of a feed or the name of a file.
+ExitStatus AddChannel(const Context& context, const std::string& text, std::int32_t provider,
                       const std::string& name);
 /// Like SetProvidersActive.
 ExitStatus SetChannelsActive(const Context& context, const std::vector<std::int32_t>& ids, bool active);

@@ -74,11 +74,11 @@ protected:
     virtual void Form_Activate() {}
     /// The size or the window state has changed; once each time that the form comes up, before Form_Activate.
     virtual void Form_Resize() {}
-    virtual void Form_QueryUnload(bool& /*Cancel*/, UnloadMode /*mode*/) {}
+    virtual void Form_QueryUnload(bool& /*cancel*/, UnloadMode /*mode*/) {}
     virtual void Form_Unload() {}
     /// Answers a message sent to the form's handle.
-    virtual std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                         std::int32_t lParam);
+    virtual std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                         std::int32_t l_param);
 
     void closeEvent(QCloseEvent* event) override;
     void moveEvent(QMoveEvent* event) override;

@@ -30,7 +30,7 @@ inline constexpr std::uint32_t NIIF_INFO = 1;
 inline constexpr std::uint32_t NIIF_WARNING = 2;
 inline constexpr std::uint32_t NIIF_ERROR = 3;
 
-/// What an icon tells its window, in `lParam` of the message it was given; `wParam` is the icon's id.
+/// What an icon tells its window, in lParam of the message it was given; wParam is the icon's id.
 inline constexpr std::int32_t WM_MOUSEMOVE = 0x200;
 inline constexpr std::int32_t WM_LBUTTONDOWN = 0x201;
 inline constexpr std::int32_t WM_LBUTTONUP = 0x202;

@@ -92,7 +92,7 @@ public:
     void UpdateOnlyOneChannel(std::int32_t channel_id);
 
 private:
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
 
     void ReadAhead();
     std::string ChannelFilter(std::int32_t provider_id) const;

@@ -62,7 +62,7 @@ public:
     void ParseAtom(const XmlNode& root);
 
     /// The time-out of a pending Load.
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
 
 private:
     struct Paths;

@@ -17,9 +17,9 @@ public:
     iTimer(const iTimer&) = delete;
     iTimer& operator=(const iTimer&) = delete;
 
-    /// `lElapsedMS` is the time since the timer's start in milliseconds; it wraps with the tick count. What
+    /// `elapsed_ms` is the time since the timer's start in milliseconds; it wraps with the tick count. What
     /// it throws is lost.
-    virtual void iTimer_Fire(std::int32_t lElapsedMS) = 0;
+    virtual void iTimer_Fire(std::int32_t elapsed_ms) = 0;
 
 private:
     friend class cTimer;
@@ -35,8 +35,8 @@ public:
     cTimer(const cTimer&) = delete;
     cTimer& operator=(const cTimer&) = delete;
 
-    /// Fires every `nInterval` milliseconds; not at all when no timer can be started.
-    void start(std::int32_t nInterval, iTimer& Owner);
+    /// Fires every `interval_ms` milliseconds; not at all when no timer can be started.
+    void start(std::int32_t interval_ms, iTimer& owner);
 
 private:
     struct State;

@@ -22,7 +22,7 @@ public:
 
 private:
     void Form_Load() override;
-    void Form_QueryUnload(bool& Cancel, UnloadMode mode) override;
+    void Form_QueryUnload(bool& cancel, UnloadMode mode) override;
     void Form_Unload() override;
 
     void paintEvent(QPaintEvent* event) override;

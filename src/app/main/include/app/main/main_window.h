@@ -69,7 +69,7 @@ public:
 private:
     void Form_Load() override;
     void Form_Resize() override;
-    void Form_QueryUnload(bool& Cancel, UnloadMode reason) override;
+    void Form_QueryUnload(bool& cancel, UnloadMode reason) override;
     void Form_Unload() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -138,12 +138,12 @@ private:
     void MenuClick(std::int32_t index, const std::string& key) override;
 
     // Forwarded commands.
-    void iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32_t& hwnd, std::int32_t& uMsg,
-                          std::int32_t& wParam, std::int32_t& lParam) override;
-    void iSubclass_After(std::int32_t& lReturn, std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                         std::int32_t lParam) override;
+    void iSubclass_Before(bool& handled, std::int32_t& answer, std::int32_t& hwnd, std::int32_t& message,
+                          std::int32_t& w_param, std::int32_t& l_param) override;
+    void iSubclass_After(std::int32_t& answer, std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                         std::int32_t l_param) override;
     void Defer(std::int32_t message, std::int32_t param);
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
     void RunPending();
     void StartTimer(std::int32_t interval);
 

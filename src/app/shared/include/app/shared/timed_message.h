@@ -29,7 +29,7 @@ private:
     void Form_Load() override;
     void Form_Activate() override;
     void Form_Unload() override;
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
 
     void ShowSeconds();
 

@@ -38,16 +38,16 @@ public:
     explicit frmSysTray(frmSysTrayEvents& events);
     ~frmSysTray() override;
 
-    /// `iconKind` is one of NIIF_…. At most 255 characters of text and 63 of title are shown.
-    void ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t iconKind,
-                        std::uint32_t timeoutMs);
+    /// `icon_kind` is one of NIIF_…. At most 255 characters of text and 63 of title are shown.
+    void ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t icon_kind,
+                        std::uint32_t timeout_ms);
     /// Shown as far as the record holds it, 127 characters today; an empty text changes nothing.
     void ToolTip(const std::string& text);
     void IconHandle(std::int32_t handle);
 
     /// Adds an item at the menu's end and returns its index. The caption "-" makes a separator; `key` comes
     /// back with MenuClick.
-    std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool isDefault);
+    std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool is_default);
     /// Nothing for an index that is not in the menu, as with the next three.
     void EnableMenuItem(std::int32_t index, bool enabled);
     void CheckMenuItem(std::int32_t index, bool checked);
@@ -62,10 +62,10 @@ public:
 
 private:
     void Form_Load() override;
-    void Form_QueryUnload(bool& Cancel, UnloadMode mode) override;
+    void Form_QueryUnload(bool& cancel, UnloadMode mode) override;
     void Form_Unload() override;
-    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                 std::int32_t lParam) override;
+    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                 std::int32_t l_param) override;
     void Form_MouseMove(std::int32_t code);
 
     void GetWindowsVersion();
