@@ -2,12 +2,9 @@
 
 #include <QCloseEvent>
 #include <QEventLoop>
-#include <QGuiApplication>
 #include <QLayout>
 #include <QPointer>
 #include <QPushButton>
-#include <QScreen>
-#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -38,50 +35,7 @@ Qt::WindowFlags FlagsOf(BorderStyle border) {
     }
 }
 
-/// As much of a window's upper edge as a hand needs to move it.
-constexpr int kHandleWidth = 64;
-constexpr int kHandleHeight = 24;
-
 constexpr int kSettledMs = 100;
-
-bool CanBeReached(const QRect& frame) {
-    const QRect handle(frame.topLeft(), QSize(frame.width(), kHandleHeight));
-    const auto screens = QGuiApplication::screens();
-    return std::any_of(screens.begin(), screens.end(), [&](const QScreen* screen) {
-        const auto seen = handle & screen->availableGeometry();
-        return seen.width() >= std::min(kHandleWidth, frame.width()) && seen.height() >= kHandleHeight / 2;
-    });
-}
-
-/// Windows were kept where a screen was that is gone, or the settings were written by hand.
-QRect WithinReach(const QRect& frame) {
-    const auto* known = QGuiApplication::screenAt(frame.center());
-    const auto* screen = known ? known : QGuiApplication::primaryScreen();
-    const auto area = screen->availableGeometry();
-    QRect moved(frame.topLeft(), frame.size().boundedTo(area.size()));
-    if (CanBeReached(moved)) return moved;
-    moved.moveLeft(std::clamp(moved.left(), area.left(), area.right() + 1 - moved.width()));
-    moved.moveTop(std::clamp(moved.top(), area.top(), area.bottom() + 1 - moved.height()));
-    return moved;
-}
-
-FormWindowState StateOf(std::int32_t command) {
-    switch (command) {
-        case show_command::kShowMinimized:
-        case show_command::kMinimize:
-        case show_command::kShowMinNoActive:
-            return FormWindowState::kMinimized;
-        case show_command::kShowMaximized:
-            return FormWindowState::kMaximized;
-        default:
-            return FormWindowState::kNormal;
-    }
-}
-
-/// The largest that a screen may be; what lies beyond is nobody's intention.
-int Within16Bits(std::int64_t number) {
-    return static_cast<int>(std::clamp<std::int64_t>(number, -32768, 32767));
-}
 
 /// A window that gets its size, or is given a place by QDialog, while it comes up comes up as a normal one.
 void SettleBeforeMinimized(QWidget& window) {
@@ -211,45 +165,6 @@ void Form::ApplyWindowState(FormWindowState state) {
     }
 }
 
-// The rectangle begins at the frame's corner and has the size of what is inside the frame: both can be given
-// back exactly, while the frame's width is not known before a window was shown.
-std::optional<WindowPlacement> Form::Placement() const {
-    WindowPlacement placement;
-    if (WindowState() == FormWindowState::kMinimized)
-        placement.show_command = show_command::kShowMinimized;
-    else if (WindowState() == FormWindowState::kMaximized)
-        placement.show_command = show_command::kShowMaximized;
-    placement.minimized = placement.maximized = {-1, -1};
-    const auto normal =
-        WindowState() == FormWindowState::kNormal || normal_.isNull() ? NormalRectangle() : normal_;
-    placement.normal = {normal.left(), normal.top(), normal.left() + normal.width(),
-                        normal.top() + normal.height()};
-    return placement;
-}
-
-void Form::Placement(const WindowPlacement& placement) {
-    const auto& normal = placement.normal;
-    const QSize stored(Within16Bits(normal.Width()), Within16Bits(normal.Height()));
-    const auto size = stored.isEmpty() ? SizeNow() : stored;
-    const QPoint corner(Within16Bits(normal.left), Within16Bits(normal.top));
-    const auto frame = WithinReach({corner, size.expandedTo(minimumSizeHint())});
-    // A rectangle given to a maximised window would be taken for the maximised one.
-    const auto state = isVisible() ? StateOf(placement.show_command) : WindowState();
-    const QPointer<Form> alive(this);
-    ApplyWindowState(FormWindowState::kNormal);
-    if (alive) resize(frame.size());
-    if (!alive) return;
-    move(frame.topLeft());
-    normal_ = frame;
-    WindowState(state);
-    if (alive && placement.show_command == show_command::kHide) hide();
-}
-
-ScreenRectangle Form::Desktop() const {
-    const auto area = QGuiApplication::primaryScreen()->geometry();
-    return {area.left(), area.top(), area.left() + area.width(), area.top() + area.height()};
-}
-
 void Form::setVisible(bool visible) {
     const bool comes_up = visible && !isVisible();
     const QPointer<Form> alive(this);
@@ -292,20 +207,6 @@ void Form::resizeEvent(QResizeEvent* event) {
 void Form::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
     if (isVisible() && event->type() == QEvent::WindowStateChange) RunHandler([&] { Form_Resize(); });
-}
-
-/// A window that was never shown gets its size from its contents when it comes up.
-QSize Form::SizeNow() const { return testAttribute(Qt::WA_Resized) || isVisible() ? size() : sizeHint(); }
-
-// Where no program can place its windows none knows where they stand: what was asked for is kept for other
-// days.
-QRect Form::NormalRectangle() const {
-    const bool is_placed_by_others = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-    return {is_placed_by_others ? normal_.topLeft() : pos(), SizeNow()};
-}
-
-void Form::RememberNormalRectangle() {
-    if (isVisible() && WindowState() == FormWindowState::kNormal) normal_ = NormalRectangle();
 }
 
 }  // namespace pellago

@@ -13,13 +13,6 @@
 
 namespace pellago {
 
-struct LogColumn {
-    const char* caption;
-    const char* data_field;
-};
-/// The columns of the download log, as they are shown.
-const std::vector<LogColumn>& LogColumns();
-
 /// The download log as a flat list: its rows or, where they are grouped, a row for each group, followed by
 /// what is in it where it is unfolded. Nothing is read before it is shown, and what takes time is done in the
 /// background: the list grows as rows are found.
@@ -56,8 +49,6 @@ private:
     void TellHeader(const Section& section);
     void Empty(Section& section);
     void Insert(Section& section, std::size_t count, const std::function<void()>& change);
-    std::string FilterOf(int column, const Variant& value) const;
-    QString CaptionOf(int column, const Variant& value, std::size_t count) const;
 
     Place PlaceOf(int row) const;
     static QVariant RowOf(const Section& section);

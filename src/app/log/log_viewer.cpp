@@ -16,6 +16,7 @@
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
 #include "log_model.h"
+#include "log_text.h"
 #include "platform/values/text.h"
 #include "store/de1.h"
 

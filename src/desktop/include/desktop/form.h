@@ -27,7 +27,8 @@ enum class ShowMode : std::int32_t { kModeless = 0, kModal = 1 };
 /// A window with the life that the program's forms have. Loaded, it has a window handle and can be shown,
 /// hidden and shown again; unloaded it is hidden and its handle is gone, but the object stays until its owner
 /// lets it go: it may be unloaded by anything that happens while one of its routines is still running. An
-/// owner may also destroy it in the middle of any of them.
+/// owner may also destroy it in the middle of any of them. Its life is in form.cpp, where it stands on the
+/// screen in form_placement.cpp.
 class Form : public QDialog, public PlacedForm {
 public:
     Form(const std::string& name, BorderStyle border);

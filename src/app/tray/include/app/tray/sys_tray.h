@@ -31,7 +31,7 @@ public:
 };
 
 /// The hidden window behind the icon in the notification area: it adds the icon as it loads and removes it
-/// as it unloads. Menu items count from 0.
+/// as it unloads. Menu items count from 0. The icon is in sys_tray.cpp, its menu in sys_tray_menu.cpp.
 class frmSysTray final : public Form {
 public:
     /// `events` must outlive the form.
