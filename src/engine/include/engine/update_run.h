@@ -87,8 +87,18 @@ public:
     /// Why the last channel's feed was not loaded; empty when it was. For OnChannelError and OnChannelDone.
     const std::string& LoadError() const;
 
+    // The entry operations. Each blocks until its run has ended. While a feed is loaded, and after each item,
+    // it turns the message loop: anything may be called meanwhile, Cancel above all, but no entry operation
+    // of the same engine.
+
+    /// All providers, or, with OnlyActive, the active ones. Never throws: a statement that fails is passed
+    /// over. Inside a provider the error handler is asked about it; after an abort the next provider follows.
     void Update();
+    /// That provider, active or not; of its channels all, or, with OnlyActive, the active ones. Never throws,
+    /// as Update.
     void UpdateOnlyOneProvider(std::int32_t provider_id);
+    /// That channel, active or not. The error handler is asked about a statement that fails; only where the
+    /// handler itself fails an error is thrown.
     void UpdateOnlyOneChannel(std::int32_t channel_id);
 
 private:
