@@ -18,7 +18,7 @@
 #include "platform/loop/thread_timer.h"
 #include "platform/system/message_box.h"
 #include "platform/values/terminal_text.h"
-#include "run_record.h"
+#include "run_result.h"
 #include "store/hand_over.h"
 
 namespace pellago::cli {
@@ -62,8 +62,8 @@ private:
     const UpdateOptions& options_;
     std::unique_ptr<DE1> database_;
     CDBUpdate engine_{*this};
-    std::unique_ptr<RunReader> reader_;
-    RunRecord record_;
+    std::unique_ptr<RunResultReader> reader_;
+    RunResult run_;
     std::optional<ChannelResult> channel_;  ///< begun and not ended
     Progress progress_;
     std::optional<LiveDisplay> display_;
@@ -98,7 +98,7 @@ UpdateVerb::~UpdateVerb() {
 
 ExitStatus UpdateVerb::Run() {
     RaisingErrors([this](Statements& run) { HandOver(run, engine_, *database_); });
-    reader_ = std::make_unique<RunReader>(*database_);
+    reader_ = std::make_unique<RunResultReader>(*database_);
     // The second Ctrl-C finds no handler any more and ends the program at once.
     signals_.emplace([this](int) {
         Stop();
@@ -109,8 +109,8 @@ ExitStatus UpdateVerb::Run() {
     DoEvents();
     signals_.reset();
     KeepAbortedChannel();
-    reader_->Finish(record_);
-    record_.cancelled = engine_.Cancel();
+    reader_->Finish(run_);
+    run_.cancelled = engine_.Cancel();
     PrintEnd();
     return Status();
 }
@@ -141,8 +141,8 @@ std::int32_t UpdateVerb::ShowReport(const std::string& report) {
 // The engine goes on after most failures without a word; the user is told at the end.
 void UpdateVerb::KeepFailure(const ErrorInfo& error) {
     worst_error_ = std::max(worst_error_, StatusOf(error.number));
-    if (std::ranges::find(record_.errors, error.description) == record_.errors.end())
-        record_.errors.push_back(error.description);
+    if (std::ranges::find(run_.errors, error.description) == run_.errors.end())
+        run_.errors.push_back(error.description);
 }
 
 void UpdateVerb::ClearDisplay() {
@@ -185,14 +185,14 @@ void UpdateVerb::KeepAbortedChannel() {
     if (!channel_) return;
     auto result = *std::exchange(channel_, std::nullopt);
     result.ok = false;
-    result.error = record_.errors.empty() ? "given up" : record_.errors.back();
+    result.error = run_.errors.empty() ? "given up" : run_.errors.back();
     Keep(std::move(result));
 }
 
 void UpdateVerb::Keep(ChannelResult result) {
-    const auto& kept = reader_->Add(std::move(result), record_);
-    progress_.new_items = record_.new_items;
-    progress_.failed = record_.failed;
+    const auto& kept = reader_->Add(std::move(result), run_);
+    progress_.new_items = run_.new_items;
+    progress_.failed = run_.failed;
     Print(kept);
     Draw();
 }
@@ -217,26 +217,26 @@ void UpdateVerb::Print(const ChannelResult& result) {
 void UpdateVerb::PrintEnd() {
     ClearDisplay();
     if (options_.json)
-        context_.out << RunDocument(record_);
-    else if (!options_.quiet && record_.nothing_matched && IsFullRun() && record_.errors.empty())
+        context_.out << RunDocument(run_);
+    else if (!options_.quiet && run_.nothing_matched && IsFullRun() && run_.errors.empty())
         context_.out << "There is nothing to update: no provider is there and active.\n";
-    else if (!options_.quiet && !record_.nothing_matched)
-        context_.out << Summary(record_) << '\n';
-    if (!record_.end) Complain(context_, "the run could not be recorded in the database");
-    for (const auto& error : record_.errors)
+    else if (!options_.quiet && !run_.nothing_matched)
+        context_.out << Summary(run_) << '\n';
+    if (!run_.end) Complain(context_, "the run could not be recorded in the database");
+    for (const auto& error : run_.errors)
         if (!reported_.contains(error)) Complain(context_, error);
-    if (record_.nothing_matched && options_.provider)
+    if (run_.nothing_matched && options_.provider)
         Complain(context_, "there is no provider " + std::to_string(*options_.provider));
-    if (record_.nothing_matched && options_.channel)
+    if (run_.nothing_matched && options_.channel)
         Complain(context_, "there is no channel " + std::to_string(*options_.channel));
 }
 
 ExitStatus UpdateVerb::Status() const {
     if (stopped_) return ExitStatus::kStopped;
-    if (record_.nothing_matched && record_.errors.empty())
+    if (run_.nothing_matched && run_.errors.empty())
         return IsFullRun() ? ExitStatus::kAllWell : ExitStatus::kInputMissing;
     if (worst_error_ != ExitStatus::kAllWell) return worst_error_;
-    return record_.failed > 0 || !record_.end ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
+    return run_.failed > 0 || !run_.end ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "run_record.h"
+#include "run_result.h"
 
 #include <algorithm>
 
@@ -10,9 +10,8 @@
 namespace pellago::cli {
 namespace {
 
-// By key from the last row seen, so that neither the age of the log nor the length of the run counts.
-// The few rows after the last known one, by their key: without the "+" the index on channels would be taken,
-// and all rows of the channel be read.
+// A channel's log rows after the last one read, found by key: neither the age of the log nor the length of
+// the run counts. Without the "+" the index on channels would be taken, and all rows of the channel be read.
 constexpr const char* kNewRows =
     "SELECT id, Result, NewItems, Error FROM DownloadLog WHERE id > @After AND Session = @Session AND "
     "+Channel = @Channel ORDER BY id";
@@ -39,31 +38,28 @@ std::string Counted(std::size_t count, const std::string& what) {
 
 }  // namespace
 
-std::string Summary(const RunRecord& record) {
-    return Counted(record.channels.size(), "channel") + ", " + std::to_string(record.failed) + " failed, " +
-           Counted(static_cast<std::size_t>(record.new_items), "new item") +
-           (record.cancelled ? ", stopped" : "");
+std::string Summary(const RunResult& run) {
+    return Counted(run.channels.size(), "channel") + ", " + std::to_string(run.failed) + " failed, " +
+           Counted(static_cast<std::size_t>(run.new_items), "new item") + (run.cancelled ? ", stopped" : "");
 }
 
-std::string RunDocument(const RunRecord& record) {
+std::string RunDocument(const RunResult& run) {
     auto channels = Json::array();
-    for (const auto& channel : record.channels) channels.push_back(JsonOf(channel));
-    const auto count = static_cast<std::int32_t>(record.channels.size());
-    return JsonText({{"schema", 1},
-                     {"session", record.session ? Json(*record.session) : Json()},
-                     {"start", JsonOf(record.start)},
-                     {"end", JsonOf(record.end)},
-                     {"cancelled", record.cancelled},
-                     {"totals",
-                      {{"channels", count},
-                       {"ok", count - record.failed},
-                       {"failed", record.failed},
-                       {"new", record.new_items}}},
-                     {"channels", std::move(channels)},
-                     {"errors", record.errors}});
+    for (const auto& channel : run.channels) channels.push_back(JsonOf(channel));
+    const auto count = static_cast<std::int32_t>(run.channels.size());
+    return JsonText(
+        {{"schema", 1},
+         {"session", run.session ? Json(*run.session) : Json()},
+         {"start", JsonOf(run.start)},
+         {"end", JsonOf(run.end)},
+         {"cancelled", run.cancelled},
+         {"totals",
+          {{"channels", count}, {"ok", count - run.failed}, {"failed", run.failed}, {"new", run.new_items}}},
+         {"channels", std::move(channels)},
+         {"errors", run.errors}});
 }
 
-RunReader::RunReader(const DE1& database)
+RunResultReader::RunResultReader(const DE1& database)
     : database_(database),
       new_rows_(database.CnnRSS(), "NewLogRows", kNewRows,
                 {{"@After", ParameterType::kInteger, 0, {}},
@@ -73,38 +69,38 @@ RunReader::RunReader(const DE1& database)
     new_rows_["After"].value = IsNull(last) ? Variant(0) : last;
 }
 
-ChannelResult RunReader::CurrentChannel() const {
+ChannelResult RunResultReader::CurrentChannel() const {
     auto& row = *database_.Recordsets("rsAllChannels");
     return {CLng(row.Value("ID")), TextOf(row.Value("Channel"), "<no name>"),
             TextOf(row.Value("httpRSSFile"))};
 }
 
-const ChannelResult& RunReader::Add(ChannelResult result, RunRecord& record) {
+const ChannelResult& RunResultReader::Add(ChannelResult result, RunResult& run) {
     ReadNewRows(result);
     if (result.ok) result.error.clear();
     if (!result.ok && result.error.empty()) result.error = "items could not be stored";
-    if (!result.ok) ++record.failed;
-    record.new_items += result.new_items;
-    return record.channels.emplace_back(std::move(result));
+    if (!result.ok) ++run.failed;
+    run.new_items += result.new_items;
+    return run.channels.emplace_back(std::move(result));
 }
 
-void RunReader::Finish(RunRecord& record) {
+void RunResultReader::Finish(RunResult& run) {
     // A session whose row could not be written has no key.
     Try([&] {
-        record.session = CLng(Sessions(database_).Value("ID"));
+        run.session = CLng(Sessions(database_).Value("ID"));
         // As they are stored: the row in hand also holds what could not be written.
         Recordset stored(database_.CnnRSS(), database_.Recordsets("rsDownloadSessions")->Source());
         stored.Open();
-        stored.Filter("ID = " + std::to_string(*record.session));
-        record.start = DateOf(stored.Value("StartTime"));
-        record.end = DateOf(stored.Value("EndTime"));
+        stored.Filter("ID = " + std::to_string(*run.session));
+        run.start = DateOf(stored.Value("StartTime"));
+        run.end = DateOf(stored.Value("EndTime"));
         ChannelResult of_the_run;
         ReadNewRows(of_the_run);
-        record.nothing_matched = std::ranges::count(of_the_run.codes, result_code::kNothingToDo) > 0;
+        run.nothing_matched = std::ranges::count(of_the_run.codes, result_code::kNothingToDo) > 0;
     });
 }
 
-void RunReader::ReadNewRows(ChannelResult& result) {
+void RunResultReader::ReadNewRows(ChannelResult& result) {
     new_rows_["Session"].value = Sessions(database_).Value("ID");
     new_rows_["Channel"].value = result.id;
     const auto rows = new_rows_.Execute();
