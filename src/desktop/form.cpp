@@ -10,9 +10,9 @@
 
 #include "desktop/application.h"
 #include "desktop/event_handler.h"
+#include "modal_window.h"
 #include "platform/values/run_time_error.h"
 #include "platform/windows/window_messages.h"
-#include "stand_before.h"
 
 namespace pellago {
 namespace {
@@ -88,7 +88,7 @@ void Form::Show(ShowMode mode) {
 void Form::ShowModal() {
     if (isVisible()) throw RunTimeError(400, "", "Form already displayed; can't show modally");
     flags_before_modal_ = windowFlags();
-    StandBeforeActiveWindow(*this);
+    MakeWindowModal(*this);
     setWindowModality(Qt::ApplicationModal);
     QEventLoop loop;
     modal_loop_ = &loop;
@@ -104,7 +104,7 @@ void Form::EndModalShow() {
     if (!modal_loop_) return;
     std::exchange(modal_loop_, nullptr)->quit();
     setWindowModality(Qt::NonModal);
-    StandAlone(*this, flags_before_modal_);
+    MakeWindowOrdinary(*this, flags_before_modal_);
 }
 
 bool Form::Unload(UnloadMode mode) {

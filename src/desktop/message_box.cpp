@@ -6,7 +6,7 @@
 #include <array>
 #include <utility>
 
-#include "stand_before.h"
+#include "modal_window.h"
 
 namespace pellago {
 namespace {
@@ -89,7 +89,7 @@ MessageBoxAnswer ShowMessageBoxWindow(const MessageBoxRequest& request) {
     box.setStandardButtons(ButtonsOf(request.buttons));
     const auto escape = EscapeButton(box);
     box.setEscapeButton(escape);
-    StandBeforeActiveWindow(box);
+    MakeWindowModal(box);
     box.exec();
     // Ended together with the program, it was not answered at all.
     auto* clicked = box.clickedButton();

@@ -2,10 +2,10 @@
 
 #include "engine/update_run.h"
 #include "feeds/channel.h"
+#include "handed_over.h"
 #include "infra/errors_to_file.h"
 #include "platform/loop/message_loop.h"
 #include "platform/values/text.h"
-#include "required.h"
 
 namespace pellago {
 namespace {
@@ -65,7 +65,7 @@ bool CDBUpdate::StoreItem(Statements& run, std::int32_t channel_id, const ClsIte
 // it.
 bool CDBUpdate::IsKnown(std::int32_t channel_id, const ClsItem& item) {
     const bool by_link = !item.Link().empty();
-    auto& command = Required(by_link ? search_by_link_ : search_full_);
+    auto& command = HandedOver(by_link ? search_by_link_ : search_full_);
     command["Channel"].value = channel_id;
     if (by_link) {
         command["Link"].value = item.Link();
@@ -79,7 +79,7 @@ bool CDBUpdate::IsKnown(std::int32_t channel_id, const ClsItem& item) {
 }
 
 void CDBUpdate::AddItem(std::int32_t channel_id, const ClsItem& item) {
-    auto& command = Required(add_item_);
+    auto& command = HandedOver(add_item_);
     command["Title"].value = StoredTitle(item);
     SetDescription(command, item);
     command["Link"].value = item.Link();
@@ -90,7 +90,7 @@ void CDBUpdate::AddItem(std::int32_t channel_id, const ClsItem& item) {
 }
 
 void CDBUpdate::RefreshChannelRow() {
-    auto& row = Required(channels_);
+    auto& row = HandedOver(channels_);
     const auto& feed = *loader_;
     row.Value("Description", feed.Description());
     row.Value("Copyright", Left(feed.Copyright(), kCopyrightLimit));

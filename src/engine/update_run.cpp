@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "feeds/channel.h"
+#include "handed_over.h"
 #include "infra/error_handler.h"
 #include "infra/errors_to_file.h"
 #include "infra/process_objects.h"
-#include "required.h"
 
 namespace pellago {
 namespace {
@@ -26,7 +26,7 @@ std::function<Decision()> LogAndGoOn(const char* routine) {
 }
 
 std::string NameOf(const std::shared_ptr<Recordset>& recordset, std::string_view field) {
-    const auto name = Required(recordset).Value(field);
+    const auto name = HandedOver(recordset).Value(field);
     return IsNull(name) ? "<no name>" : CStr(name);
 }
 
@@ -46,12 +46,12 @@ std::unique_ptr<Recordset> SameRows(const Recordset& rows, const std::string& fi
 
 /// Whether there is a row to go on with. A recordset that fails has none, so that no walk can go on for ever.
 bool HasRow(Statements& run, const std::shared_ptr<Recordset>& recordset) {
-    return run([&] { return !Required(recordset).Eof(); });
+    return run([&] { return !HandedOver(recordset).Eof(); });
 }
 
 bool MoveNext(Statements& run, const std::shared_ptr<Recordset>& recordset) {
     return run([&] {
-        Required(recordset).MoveNext();
+        HandedOver(recordset).MoveNext();
         return true;
     });
 }
@@ -76,7 +76,7 @@ private:
 
 void OpenIfClosed(const std::shared_ptr<Recordset>& recordset) {
     Try([&] {
-        if (!Required(recordset).IsOpen()) recordset->Open();
+        if (!HandedOver(recordset).IsOpen()) recordset->Open();
     });
 }
 
@@ -120,8 +120,8 @@ void CDBUpdate::Update() {
         });
         run([&] { Cancel(false); });
         run([&] { OpenSession(); });
-        if (only_active_) run([&] { Required(providers_).Filter("Active = True"); });
-        const auto count = run([&] { return Required(providers_).RecordCount(); });
+        if (only_active_) run([&] { HandedOver(providers_).Filter("Active = True"); });
+        const auto count = run([&] { return HandedOver(providers_).RecordCount(); });
         if (count == 0)
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         else
@@ -136,10 +136,10 @@ void CDBUpdate::ReadAhead() {
     IgnoringErrors([&](Statements& run) {
         std::vector<std::string> addresses;
         run([&] {
-            const auto providers = SameRows(Required(providers_), providers_->Filter());
+            const auto providers = SameRows(HandedOver(providers_), providers_->Filter());
             for (; !providers->Eof(); providers->MoveNext()) {
                 const auto channels =
-                    SameRows(Required(channels_), ChannelFilter(CLng(providers->Value("ID"))));
+                    SameRows(HandedOver(channels_), ChannelFilter(CLng(providers->Value("ID"))));
                 for (; !channels->Eof(); channels->MoveNext()) addresses.push_back(AddressOf(*channels));
             }
         });
@@ -153,10 +153,10 @@ std::string CDBUpdate::ChannelFilter(std::int32_t provider_id) const {
 
 void CDBUpdate::WalkProviders(Statements& run, std::int32_t count) {
     ReadAhead();
-    run([&] { Required(providers_).MoveFirst(); });
+    run([&] { HandedOver(providers_).MoveFirst(); });
     for (std::int32_t index = 1; HasRow(run, providers_); ++index) {
         run([&] { events_.OnProvider(NameOf(providers_, "Provider"), index, count); });
-        run([&] { UpdateProvider(CLng(Required(providers_).Value("ID"))); });
+        run([&] { UpdateProvider(CLng(HandedOver(providers_).Value("ID"))); });
         const bool moved = MoveNext(run, providers_);
         if (cancel_) {
             run([&] { events_.OnStatusText("Download cancelled"); });
@@ -171,13 +171,13 @@ void CDBUpdate::UpdateOnlyOneProvider(std::int32_t provider_id) {
     RunStatements(LogAndGoOn("CDBUpdate_UpdateOnlyOneProvider"), [&](Statements& run) {
         run([&] { Cancel(false); });
         run([&] { OpenSession(); });
-        run([&] { Required(providers_).Filter("ID = " + std::to_string(provider_id)); });
-        if (run([&] { return Required(providers_).RecordCount(); }) == 0) {
+        run([&] { HandedOver(providers_).Filter("ID = " + std::to_string(provider_id)); });
+        if (run([&] { return HandedOver(providers_).RecordCount(); }) == 0) {
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         } else {
             ReadAhead();
             run([&] { events_.OnProvider(NameOf(providers_, "Provider"), 1, 1); });
-            run([&] { UpdateProvider(CLng(Required(providers_).Value("ID"))); });
+            run([&] { UpdateProvider(CLng(HandedOver(providers_).Value("ID"))); });
         }
         run([&] { CloseSession(); });
     });
@@ -185,10 +185,10 @@ void CDBUpdate::UpdateOnlyOneProvider(std::int32_t provider_id) {
 
 void CDBUpdate::UpdateProvider(std::int32_t provider_id) {
     Guarded("Corvane.CDBUpdate.UpdateProvider", [&](Statements& run) {
-        run([&] { Required(channels_).Filter(ChannelFilter(provider_id)); });
-        const auto count = run([&] { return Required(channels_).RecordCount(); });
+        run([&] { HandedOver(channels_).Filter(ChannelFilter(provider_id)); });
+        const auto count = run([&] { return HandedOver(channels_).RecordCount(); });
         if (count == 0) return;
-        run([&] { Required(channels_).MoveFirst(); });
+        run([&] { HandedOver(channels_).MoveFirst(); });
         for (std::int32_t index = 1; HasRow(run, channels_); ++index) {
             UpdateChannel(run, RunKind::kProvider, index, count);
             if (!MoveNext(run, channels_) || cancel_) return;
@@ -200,8 +200,8 @@ void CDBUpdate::UpdateOnlyOneChannel(std::int32_t channel_id) {
     Guarded("Corvane.CDBUpdate.UpdateOnlyOneChannel", [&](Statements& run) {
         run([&] { Cancel(false); });
         run([&] { OpenSession(); });
-        run([&] { Required(channels_).Filter("ID = " + std::to_string(channel_id)); });
-        if (run([&] { return Required(channels_).RecordCount(); }) == 0)
+        run([&] { HandedOver(channels_).Filter("ID = " + std::to_string(channel_id)); });
+        if (run([&] { return HandedOver(channels_).RecordCount(); }) == 0)
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         else
             UpdateChannel(run, RunKind::kOneChannel, 1, 1);
@@ -211,8 +211,8 @@ void CDBUpdate::UpdateOnlyOneChannel(std::int32_t channel_id) {
 
 void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index, std::int32_t count) {
     const auto name = run([&] { return NameOf(channels_, "Channel"); });
-    const auto id = run([&] { return CLng(Required(channels_).Value("ID")); });
-    const auto address = run([&] { return AddressOf(Required(channels_)); });
+    const auto id = run([&] { return CLng(HandedOver(channels_).Value("ID")); });
+    const auto address = run([&] { return AddressOf(HandedOver(channels_)); });
     run([&] { events_.OnChannel(name, index, count); });
     if (kind == RunKind::kProvider) {
         run([&] { events_.OnItemProgress(0); });
@@ -232,7 +232,7 @@ void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index,
 // All that a feed changes is written under one lock, which is free again before the owner hears of the
 // channel's end and before the next feed is waited for.
 void CDBUpdate::KeepFeed(Statements& run, std::int32_t channel_id) {
-    const auto connection = run([&] { return Required(log_).ActiveConnection(); });
+    const auto connection = run([&] { return HandedOver(log_).ActiveConnection(); });
     if (!connection) return;
     const CommitAtEnd commit_at_end(*connection);
     run([&] { connection->BeginWrites(); });
@@ -243,24 +243,24 @@ void CDBUpdate::KeepFeed(Statements& run, std::int32_t channel_id) {
 }
 
 void CDBUpdate::OpenSession() {
-    auto& sessions = Required(sessions_);
+    auto& sessions = HandedOver(sessions_);
     sessions.AddNew();
     sessions.Value("StartTime", Now());
     sessions.Update();
 }
 
 void CDBUpdate::CloseSession() {
-    auto& sessions = Required(sessions_);
+    auto& sessions = HandedOver(sessions_);
     sessions.Value("EndTime", Now());
     sessions.Update();
 }
 
 void CDBUpdate::WriteDownloadLog(std::int32_t channel_id, std::int32_t result, bool error,
                                  std::int32_t new_items, std::int32_t updated_items) {
-    auto& log = Required(log_);
+    auto& log = HandedOver(log_);
     log.ActiveConnection()->ClearErrors();
     log.AddNew();
-    log.Value("Session", Required(sessions_).Value("ID"));
+    log.Value("Session", HandedOver(sessions_).Value("ID"));
     log.Value("Channel", channel_id);
     log.Value("Result", result);
     log.Value("Error", error);

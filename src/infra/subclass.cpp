@@ -106,7 +106,7 @@ std::int32_t cSubclass::CallOrigWndProc(std::int32_t hwnd, std::int32_t message,
 }
 
 void cSubclass::Subclass(std::int32_t hwnd, iSubclass& owner) {
-    const auto hook = std::make_shared<Hook>(Hook{hwnd, nullptr, lists_, &owner, owner.lifetime_.Watch()});
+    const auto hook = std::make_shared<Hook>(Hook{hwnd, nullptr, lists_, &owner, owner.alive_flag_.Watch()});
     hook->previous = SetWindowProcedure(
         hwnd, [hook](std::int32_t window, std::int32_t message, std::int32_t w_param, std::int32_t l_param) {
             return hook->Procedure(window, message, w_param, l_param);

@@ -27,7 +27,7 @@ cTimer::~cTimer() { KillTimer(state_->timer_id); }
 void cTimer::start(std::int32_t interval_ms, iTimer& owner) {
     state_->start_tick_count = GetTickCount();
     state_->owner = &owner;
-    state_->owner_alive = owner.lifetime_.Watch();
+    state_->owner_alive = owner.alive_flag_.Watch();
     // The callback knows its own timer: one that was forgotten by a second start must end with the object
     // too.
     auto own_id = std::make_shared<std::int32_t>(0);

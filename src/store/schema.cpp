@@ -102,7 +102,7 @@ void RequireOurTables(Connection& connection) {
 
 }  // namespace
 
-void MakeTables(Connection& connection) {
+void TakeSchemaSteps(Connection& connection) {
     connection.BeginWrites();
     // Another process may have done it while we waited for the lock.
     for (auto number = SchemaNumber(connection); number < kSchemaNumber; ++number)
@@ -118,7 +118,7 @@ void UpgradeSchema(Connection& connection) {
         Raise(data_error::kNewerSchema, connection,
               "was made by a newer version of this program (its schema is number " + std::to_string(number) +
                   ", this version knows " + std::to_string(kSchemaNumber) + ").");
-    if (number < kSchemaNumber) MakeTables(connection);
+    if (number < kSchemaNumber) TakeSchemaSteps(connection);
 }
 
 }  // namespace pellago

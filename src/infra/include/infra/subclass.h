@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "infra/lifetime.h"
+#include "infra/alive_flag.h"
 
 namespace pellago {
 
@@ -39,7 +39,7 @@ public:
 
 private:
     friend class cSubclass;
-    Lifetime lifetime_;
+    AliveFlag alive_flag_;
 };
 
 /// Shows the messages of one window to its owner, before and after the window's own procedure gets them. May

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "infra/lifetime.h"
+#include "infra/alive_flag.h"
 
 namespace pellago {
 
@@ -23,7 +23,7 @@ public:
 
 private:
     friend class cTimer;
-    Lifetime lifetime_;
+    AliveFlag alive_flag_;
 };
 
 /// A periodic timer that calls its owner's iTimer_Fire. Ticks that come while the owner is still inside a

@@ -1,4 +1,4 @@
-#include "stand_before.h"
+#include "modal_window.h"
 
 #include <QApplication>
 #include <QPointer>
@@ -9,7 +9,7 @@
 
 namespace pellago {
 
-void StandBeforeActiveWindow(QWidget& window) {
+void MakeWindowModal(QWidget& window) {
     // Only dialogs are kept before others.
     const auto type = window.windowType() == Qt::Window ? Qt::Dialog : window.windowType();
     const auto hints = window.windowFlags() & ~(Qt::WindowType_Mask | Qt::WindowMinimizeButtonHint);
@@ -20,7 +20,7 @@ void StandBeforeActiveWindow(QWidget& window) {
     window.windowHandle()->setTransientParent(active->windowHandle());
 }
 
-void StandAlone(QWidget& window, Qt::WindowFlags flags) {
+void MakeWindowOrdinary(QWidget& window, Qt::WindowFlags flags) {
     ChangeWindowFlags(window, flags);
     if (auto* handle = window.windowHandle()) handle->setTransientParent(nullptr);
 }
