@@ -88,7 +88,7 @@ void RunResultReader::Finish(RunResult& run) {
     // A session whose row could not be written has no key.
     Try([&] {
         run.session = CLng(Sessions(database_).Value("ID"));
-        // As they are stored: the row in hand also holds what could not be written.
+        // The times as they are stored: the recordset's own row also holds what could not be written.
         Recordset stored(database_.CnnRSS(), database_.Recordsets("rsDownloadSessions")->Source());
         stored.Open();
         stored.Filter("ID = " + std::to_string(*run.session));

@@ -64,7 +64,7 @@ private:
     CDBUpdate engine_{*this};
     std::unique_ptr<RunResultReader> reader_;
     RunResult run_;
-    std::optional<ChannelResult> channel_;  ///< begun and not ended
+    std::optional<ChannelResult> channel_;  ///< the one that has begun and not ended
     Progress progress_;
     std::optional<LiveDisplay> display_;
     std::int32_t redraw_timer_ = 0;
@@ -78,7 +78,7 @@ UpdateVerb::UpdateVerb(const Context& context, const UpdateOptions& options)
     : context_(context), options_(options), database_(OpenDatabase(context)) {
     if (context.terminal && !options.json && !options.quiet) {
         display_.emplace(context.out);
-        // What was not drawn because it came too soon, and the clock.
+        // Shows what was not drawn because it came too soon, and lets the clock go on.
         redraw_timer_ = SetTimer(kRedrawInterval, [this](std::uint32_t) { Draw(); });
     }
     UseErrorDialog([this](const std::string& report, const std::string&) { return ShowReport(report); });
@@ -105,7 +105,7 @@ ExitStatus UpdateVerb::Run() {
         signals_.reset();
     });
     StartEngine();
-    // A signal that came while the database was waited for.
+    // Serves a signal that came while the database was waited for.
     DoEvents();
     signals_.reset();
     KeepAbortedChannel();
@@ -180,7 +180,7 @@ void UpdateVerb::OnChannelDone(const Variant&, std::int32_t) {
     Keep(std::move(result));
 }
 
-// A channel whose routine was aborted has no end of its own.
+// Where the routine of a channel is aborted, no OnChannelDone follows.
 void UpdateVerb::KeepAbortedChannel() {
     if (!channel_) return;
     auto result = *std::exchange(channel_, std::nullopt);

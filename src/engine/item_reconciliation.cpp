@@ -53,16 +53,16 @@ void CDBUpdate::StoreChannelItems(std::int32_t channel_id) {
 }
 
 bool CDBUpdate::StoreItem(Statements& run, std::int32_t channel_id, const ClsItem& item) {
-    // An item whose look-up failed is left alone: stored blindly it might stand there twice, and the next run
-    // looks for it again.
+    // An item whose look-up failed is not stored: it might stand there twice. The next run looks for it
+    // again.
     const auto known = run([&] { return std::optional(IsKnown(channel_id, item)); });
     if (!known || *known) return false;
     run([&] { AddItem(channel_id, item); });
     return true;
 }
 
-// The lock is taken here and not only once a channel: a nested window that waits for the user has let go of
-// it.
+// The write lock is taken for each item and not only once a channel: a nested window that waits for the user
+// has given it up.
 bool CDBUpdate::IsKnown(std::int32_t channel_id, const ClsItem& item) {
     const bool by_link = !item.Link().empty();
     auto& command = HandedOver(by_link ? search_by_link_ : search_full_);

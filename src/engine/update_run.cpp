@@ -35,7 +35,7 @@ std::string AddressOf(Recordset& channels) {
     return IsNull(address) ? std::string() : CStr(address);
 }
 
-/// What `rows` shows under a filter, without moving it.
+/// Another recordset with the rows that `rows` would show under a filter; `rows` stays where it is.
 std::unique_ptr<Recordset> SameRows(const Recordset& rows, const std::string& filter) {
     auto same = std::make_unique<Recordset>(rows.ActiveConnection(), rows.Source());
     same->Open();
@@ -56,8 +56,8 @@ bool MoveNext(Statements& run, const std::shared_ptr<Recordset>& recordset) {
     });
 }
 
-/// Commits at the end of a scope that may be left by an abort: what has been stored stays. What cannot be
-/// committed is given up, so that the lock is free.
+/// Commits at the end of a scope that may be left by an abort: what has been stored stays. Writes that cannot
+/// be committed are rolled back, so that the write lock is free.
 class CommitAtEnd final {
 public:
     explicit CommitAtEnd(Connection& connection) : connection_(connection) {}
@@ -131,7 +131,8 @@ void CDBUpdate::Update() {
     });
 }
 
-// What cannot be read here is fetched when its turn has come, and fails there if it must.
+// Addresses that cannot be read here are read again when their channel's turn has come, which fails then if
+// it must.
 void CDBUpdate::ReadAhead() {
     IgnoringErrors([&](Statements& run) {
         std::vector<std::string> addresses;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr ComponentErrors kErrors("CAppSettings", 17021, 17028);
 
-// The three operations name their source in the singular.
+// Errors of DeleteSetting, GetAllKeys and SaveSetting name their source in the singular.
 constexpr const char* kOperationSource = "CAppSetting";
 
 constexpr std::int32_t kInvalidAppName = 17021;

@@ -43,7 +43,7 @@ std::int32_t ToNumber(const Variant& value) {
     return Try([&] { return CLng(value); });
 }
 
-/// Half of it, halves to even.
+/// Half of a number, halves to even.
 std::int64_t Half(std::int64_t number) { return LongFromDouble(static_cast<double>(number) / 2); }
 
 /// Stored numbers may be anything; a sum of two must not wrap.

@@ -49,8 +49,8 @@ struct cSubclass::Lists {
     Messages after;
 };
 
-/// What takes the place of one window's procedure. It may outlive its cSubclass: in a message that is on its
-/// way, or as the previous procedure of another one.
+/// The procedure that takes the place of a window's own. It may outlive its cSubclass: in a message that is
+/// on its way, or as the previous procedure of another cSubclass.
 struct cSubclass::Hook {
     std::int32_t window;
     WindowProcedure previous;
@@ -100,7 +100,7 @@ void cSubclass::DelMsg(std::int32_t message, std::int32_t when) { ListFor(when).
 
 std::int32_t cSubclass::CallOrigWndProc(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
                                         std::int32_t l_param) {
-    // Held on to, since the procedure may release this object.
+    // The hook is held on to, since the procedure may release this object.
     const auto hook = hook_;
     return hook ? hook->previous(hwnd, message, w_param, l_param) : 0;
 }
@@ -112,7 +112,7 @@ void cSubclass::Subclass(std::int32_t hwnd, iSubclass& owner) {
             return hook->Procedure(window, message, w_param, l_param);
         });
     if (!hook->previous) return;
-    // What stays on the window before, which may be the same one, passes everything on.
+    // The hook of the window subclassed before, which may be the same window, only passes messages on.
     if (hook_) hook_->lists.reset();
     hook_ = hook;
 }

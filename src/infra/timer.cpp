@@ -28,11 +28,11 @@ void cTimer::start(std::int32_t interval_ms, iTimer& owner) {
     state_->start_tick_count = GetTickCount();
     state_->owner = &owner;
     state_->owner_alive = owner.alive_flag_.Watch();
-    // The callback knows its own timer: one that was forgotten by a second start must end with the object
-    // too.
+    // The callback knows its own timer's id: a timer that a second start has replaced must end with the
+    // object, too.
     auto own_id = std::make_shared<std::int32_t>(0);
     auto tick = [own_id, timer = std::weak_ptr(state_)](std::uint32_t tick_count) {
-        // Held on to, since the owner may release the timer while it fires.
+        // The state is held on to, since the owner may release the timer while it fires.
         const auto state = timer.lock();
         if (state && !state->owner_alive.expired())
             state->Tick(tick_count);

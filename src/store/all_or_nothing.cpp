@@ -10,7 +10,7 @@ AllOrNothing::AllOrNothing(Connection& connection)
         connection_.Execute("SAVEPOINT AllOrNothing");
         return;
     }
-    connection_.CommitWrites();  // fails where somebody has still to hear that what he wrote is lost
+    connection_.CommitWrites();  // fails where an earlier writer has still to hear that his writes are lost
     connection_.BeginWrites();
 }
 

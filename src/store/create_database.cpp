@@ -59,7 +59,7 @@ void CreateDatabase(const std::string& path) {
     connection.DataSource(draft.Path());
     TakeSchemaSteps(connection);
     connection.Close();
-    // Never in the place of a file that came there meanwhile.
+    // A file that was made at `path` meanwhile is never overwritten.
     if (renameat2(AT_FDCWD, draft.Path().c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0)
         RaiseNotMade(path, errno);
 }

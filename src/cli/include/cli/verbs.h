@@ -12,11 +12,11 @@
 // Failure or RunTimeError when the whole of what was asked cannot be done.
 namespace pellago::cli {
 
-/// Makes an empty database; one that is there is not touched.
+/// Makes an empty database; a file that is there is not touched.
 ExitStatus InitDatabase(const Context& context);
 
 /// Adds the folders of an OPML file as providers and its feeds as channels, all or none. Providers are known
-/// by name, channels by address; those that are there are left alone.
+/// by name, channels by address; those that the database has already are left alone.
 ExitStatus ImportList(const Context& context, const std::string& path);
 /// Writes all providers and channels as OPML 2.0; "-" is the data stream.
 ExitStatus ExportList(const Context& context, const std::string& path);

@@ -52,18 +52,19 @@ inline constexpr std::int32_t kStoringFailed = 10;
 
 /// The download engine. One object performs one run: give it recordsets and commands, call one entry
 /// operation, read Cancel, release it. The rows of a channel are committed before its OnChannelDone.
+/// The walk is in update_run.cpp, the storing of items in item_reconciliation.cpp.
 class CDBUpdate final : private iTimer {
 public:
     /// `events` must outlive the engine.
     explicit CDBUpdate(CDBUpdateEvents& events);
     ~CDBUpdate() override;
 
-    /// True at the start: a full run takes only active providers and channels.
+    /// Whether a run takes only active providers and channels; true at the start.
     bool OnlyActive() const { return only_active_; }
     void OnlyActive(bool only_active) { only_active_ = only_active; }
 
-    /// Setting it true stops the feed being loaded at once and the run after the present channel. A load that
-    /// begins later, in the same channel, is not stopped.
+    /// Cancel(true) stops the feed being loaded at once, and the run after the present channel. A load that
+    /// begins later, in the same channel, is not stopped. An entry operation begins with Cancel(false).
     bool Cancel() const { return cancel_; }
     void Cancel(bool cancel);
 

@@ -24,7 +24,8 @@ public:
 
     void Init(const std::string& company_name, const std::string& app_name);
 
-    /// With an empty `key_name` deletes the section, which must have no subsections; else that value.
+    /// Deletes the value `key_name`, or, with an empty `key_name`, the section, which must have no
+    /// subsections.
     void DeleteSetting(const std::string& section, const std::string& key_name);
     /// The names of all values of a section, in the registry's order.
     std::vector<std::string> GetAllKeys(const std::string& section) const;

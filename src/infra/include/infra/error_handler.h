@@ -10,8 +10,9 @@ namespace pellago {
 /// Shows a report to the user and returns the answer: 0 abort, 1 retry, 2 ignore.
 using ErrorDialog = std::function<std::int32_t(const std::string& report, const std::string& support_mail)>;
 
-/// What the handler shows a report in when its actions have bit 8. A program without windows keeps the one
-/// that is there from the start: the report on stderr, and abort. An empty function brings that one back.
+/// Sets the dialog that the handler shows a report in when its actions have bit 8. A program without windows
+/// keeps the dialog that is there from the start, which prints the report on stderr and answers abort; an
+/// empty function brings that one back.
 void UseErrorDialog(ErrorDialog dialog);
 
 /// What every guarded routine does on a failure: report, log, ask. Keeps the stack of running routines and

@@ -32,8 +32,8 @@ public:
     Statements& operator=(const Statements&) = delete;
 
     /// Runs one statement. A failing statement that is ignored yields a value-initialised result, as a
-    /// variable that was never assigned. Line by builtin: std::source_location needs a newer clang than the
-    /// oldest we build with.
+    /// variable that was never assigned. `line` is the caller's, by a builtin: std::source_location needs a
+    /// newer clang than the oldest we build with.
     template <class Statement>
     std::invoke_result_t<Statement> operator()(Statement&& statement, std::int32_t line = __builtin_LINE()) {
         for (;;) {
@@ -59,7 +59,7 @@ private:
     template <class Body>
     friend void RunStatements(std::function<Decision()> decide, Body&& body);
 
-    /// On its way out of a routine. Statements may contain statements, so it must pass those that enclose it.
+    /// Thrown to leave `routine`. Routines nest, so the statements of those inside must let it pass.
     struct Left {
         const Statements* routine;
         std::exception_ptr failed_decision;
@@ -104,8 +104,8 @@ void IgnoringErrors(Body&& body) {
     RunStatements([] { return Decision::kIgnore; }, std::forward<Body>(body));
 }
 
-/// Runs one statement whose failure is of no interest: it is in Err(), and the result is a value-initialised
-/// one.
+/// Runs one statement whose failure is of no interest: Err() tells of it, and the result is then a
+/// value-initialised one.
 template <class Statement>
 std::invoke_result_t<Statement> Try(Statement&& statement, std::int32_t line = __builtin_LINE()) {
     return Statements([] { return Decision::kIgnore; })(std::forward<Statement>(statement), line);

@@ -19,8 +19,8 @@ inline constexpr std::int32_t kAfter = 2;
 }  // namespace show_message
 
 /// Implemented by those who watch the messages of a window. A cSubclass does not keep its owner alive. A
-/// message ends with the answer 0 where the owner throws. Calls nest: a message that is sent to the window
-/// from inside one reaches the owner again.
+/// message ends with the answer 0 where the owner throws. Calls nest: a message that the owner
+/// sends to the window from inside a call reaches the owner again.
 class iSubclass {
 public:
     iSubclass() = default;
@@ -65,8 +65,8 @@ public:
     /// leaves the slots.
     void DelMsg(std::int32_t message, std::int32_t when);
 
-    /// Begins with a window of this process, and ends with the one before; the lists stay. Changes nothing
-    /// for a handle that is not there. When `owner` is gone, the next message that is listed puts the
+    /// Subclasses a window of this process, and lets go of the one before; the lists stay. Changes nothing
+    /// for a handle that no window has. When `owner` is gone, the next message that is listed puts the
     /// previous procedure back and is answered with 0.
     void Subclass(std::int32_t hwnd, iSubclass& owner);
 

@@ -8,8 +8,8 @@
 
 namespace pellago {
 
-/// Implemented by the owners of timers. A timer does not keep its owner alive, and fires no more once it is
-/// gone.
+/// Implemented by the owners of timers. A timer does not keep its owner alive, and fires no more once the
+/// owner is gone.
 class iTimer {
 public:
     iTimer() = default;
@@ -18,7 +18,7 @@ public:
     iTimer& operator=(const iTimer&) = delete;
 
     /// `elapsed_ms` is the time since the timer's start in milliseconds; it wraps with the tick count. What
-    /// it throws is lost.
+    /// iTimer_Fire throws is lost.
     virtual void iTimer_Fire(std::int32_t elapsed_ms) = 0;
 
 private:
