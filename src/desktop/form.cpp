@@ -77,7 +77,7 @@ void Form::Load() {
 void Form::Show(ShowMode mode) {
     const QPointer<Form> alive(this);
     Load();
-    // What waits in its load may have been overtaken by an unload.
+    // Form_Load may wait, and the form be unloaded meanwhile.
     if (!alive || !IsLoaded()) return;
     if (mode == ShowMode::kModal)
         ShowModal();
@@ -94,7 +94,7 @@ void Form::ShowModal() {
     modal_loop_ = &loop;
     const QPointer<Form> alive(this);
     show();
-    // It may have been hidden while it came up, and destroyed by anything that happens in the loop.
+    // The form may have been hidden while it came up, and be destroyed by anything that happens in the loop.
     if (alive && modal_loop_ == &loop) loop.exec(QEventLoop::DialogExec);
     // The loop also ends with the program.
     if (alive && modal_loop_ == &loop) hide();
@@ -112,7 +112,7 @@ bool Form::Unload(UnloadMode mode) {
     const QPointer<Form> alive(this);
     bool cancel = false;
     RunHandler([&] { Form_QueryUnload(cancel, mode); });
-    // A question that was asked may have been overtaken by an unload that asks none.
+    // While Form_QueryUnload asked the user, the form may have been unloaded without a question.
     if (!alive || !IsLoaded() || unloading_) return true;
     if (cancel) return false;
     unloading_ = true;
@@ -139,7 +139,8 @@ FormWindowState Form::WindowState() const {
     return isMaximized() ? FormWindowState::kMaximized : FormWindowState::kNormal;
 }
 
-// Given a state before it is shown, a window would exist from then on, and be placed without its frame.
+// A QWidget that is given a state before it is shown gets its native window at once, and is placed without
+// its frame.
 void Form::WindowState(FormWindowState state) {
     if (isVisible())
         ApplyWindowState(state);
@@ -197,7 +198,7 @@ void Form::moveEvent(QMoveEvent* event) {
     settled_.start();
 }
 
-// What happens to a form before it is up comes as one resize when it is.
+// All changes of size before a form is up come as one Form_Resize when it comes up.
 void Form::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
     settled_.start();

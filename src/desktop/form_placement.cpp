@@ -8,7 +8,7 @@
 namespace pellago {
 namespace {
 
-/// As much of a window's upper edge as a hand needs to move it.
+/// The part of a window's upper edge, in pixels, that a person needs to grip and move the window.
 constexpr int kHandleWidth = 64;
 constexpr int kHandleHeight = 24;
 
@@ -21,7 +21,7 @@ bool CanBeReached(const QRect& frame) {
     });
 }
 
-/// Windows were kept where a screen was that is gone, or the settings were written by hand.
+/// Moves a frame onto a screen: it may have been kept for a screen that is gone, or written by hand.
 QRect WithinReach(const QRect& frame) {
     const auto* known = QGuiApplication::screenAt(frame.center());
     const auto* screen = known ? known : QGuiApplication::primaryScreen();
@@ -46,7 +46,7 @@ FormWindowState StateOf(std::int32_t command) {
     }
 }
 
-/// The largest that a screen may be; what lies beyond is nobody's intention.
+/// Window systems count pixels in 16 bits; what lies beyond is nobody's intention.
 int Within16Bits(std::int64_t number) {
     return static_cast<int>(std::clamp<std::int64_t>(number, -32768, 32767));
 }
@@ -95,8 +95,8 @@ ScreenRectangle Form::Desktop() const {
 /// A window that was never shown gets its size from its contents when it comes up.
 QSize Form::SizeNow() const { return testAttribute(Qt::WA_Resized) || isVisible() ? size() : sizeHint(); }
 
-// Where no program can place its windows none knows where they stand: what was asked for is kept for other
-// days.
+// On Wayland a program can neither place its windows nor learn where they stand: the corner that was asked
+// for is kept for a session under X.
 QRect Form::NormalRectangle() const {
     const bool is_placed_by_others = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
     return {is_placed_by_others ? normal_.topLeft() : pos(), SizeNow()};

@@ -10,7 +10,7 @@
 namespace pellago {
 
 void MakeWindowModal(QWidget& window) {
-    // Only dialogs are kept before others.
+    // Window managers keep only dialogs before other windows.
     const auto type = window.windowType() == Qt::Window ? Qt::Dialog : window.windowType();
     const auto hints = window.windowFlags() & ~(Qt::WindowType_Mask | Qt::WindowMinimizeButtonHint);
     ChangeWindowFlags(window, type | hints | Qt::CustomizeWindowHint);
@@ -29,7 +29,7 @@ void BringModalWindowBack(const QWidget& window) {
     const QPointer<QWidget> modal(QApplication::activeModalWidget());
     if (!modal || modal == &window) return;
     modal->setWindowState(modal->windowState() & ~Qt::WindowMinimized);
-    // Its own handlers may have ended it.
+    // The change of state runs the modal window's own handlers, which may have ended it.
     if (!modal || modal != QApplication::activeModalWidget()) return;
     modal->show();
     modal->raise();

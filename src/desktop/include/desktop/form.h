@@ -40,8 +40,8 @@ public:
     /// RunTimeError 400 when a visible form is to be shown modally.
     void Show(ShowMode mode = ShowMode::kModeless);
     void Hide() { hide(); }
-    /// Asks Form_QueryUnload, runs Form_Unload, hides the form and takes the handle away. False when that was
-    /// cancelled; nothing when the form is not loaded.
+    /// Asks Form_QueryUnload, runs Form_Unload, hides the form and takes the handle away. False when
+    /// Form_QueryUnload cancelled that; nothing when the form is not loaded.
     bool Unload(UnloadMode mode = UnloadMode::kFormCode);
     bool IsLoaded() const { return hwnd_ != 0; }
 
@@ -100,9 +100,10 @@ private:
     bool unloading_ = false;
     std::string tag_;
     QPointer<QPushButton> cancel_button_;
-    std::optional<FormWindowState> state_to_come_;  ///< of a form that is not visible
-    QRect normal_;  ///< the frame's corner, and the size inside it, when the form was neither minimised nor
-                    ///< maximised
+    std::optional<FormWindowState>
+        state_to_come_;  ///< for a form that is not visible: its state when it comes up
+    QRect normal_;       ///< the frame's corner and the size inside the frame, when the form was last neither
+                         ///< minimised nor maximised
     QTimer settled_;
     Qt::WindowFlags flags_before_modal_;
     QEventLoop* modal_loop_ = nullptr;  ///< while the form is shown modally
