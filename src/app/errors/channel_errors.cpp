@@ -29,7 +29,7 @@ constexpr int kAddress = 1;
 /// The field of an entry that each column shows.
 constexpr std::array kFields{1, 0, 2, 3};
 
-// In letters, so that they grow with the font.
+// In letters, so that columns grow with the font.
 constexpr int kWidestColumn = 40;
 constexpr int kColumns = 110;
 constexpr int kRows = 16;
@@ -69,7 +69,7 @@ void DeactivateChannel(Recordset& channels, const std::string& id) {
     channels.Update();
 }
 
-// The write lock is waited for once, not for each channel.
+// All in one transaction: the write lock is waited for once, not for each channel.
 void DeactivateChannels(const std::vector<std::string>& ids) {
     const auto& database = DataEnvironment();
     const auto connection = database.CnnRSS();

@@ -35,14 +35,14 @@ struct LogModel::Section {
     std::size_t count = 0;
     bool unfolded = false;
 
-    // Where it is unfolded, groups or rows.
+    // What an unfolded section holds: groups or rows.
     std::unique_ptr<RowGroups> counting;
     std::vector<std::unique_ptr<Section>> groups;
     std::vector<std::size_t> ends;  ///< where each group ends, in rows of the list from the first group's on
     std::unique_ptr<Keyset> rows;
     std::size_t shown_rows = 0;
 
-    /// The number of groups that what is in it stands in.
+    /// How many groups enclose the rows and groups of this section.
     std::size_t Depth() const { return level < 0 ? 0 : parent->Depth() + 1; }
     bool IsSearched() const { return counting || (rows && !rows->IsComplete()); }
     std::size_t Inner() const { return groups.empty() ? shown_rows : ends.back(); }
@@ -78,7 +78,7 @@ void LogModel::Bind(std::vector<int> group_columns) {
     root_ = std::make_unique<Section>();
     endResetModel();
     Try([&] {
-        rows_->Open();  // again, where that failed: it says why
+        rows_->Open();  // again where opening failed before: it says why
         root_->filter = rows_->Filter();
         Fill(*root_);
     });

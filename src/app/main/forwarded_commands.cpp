@@ -4,7 +4,7 @@
 namespace pellago {
 namespace {
 
-/// So that the sender, which waits for the answer, is gone before a run begins.
+/// A run that is asked for begins after this time: the sender, which waits for the answer, is gone by then.
 constexpr std::int32_t kDeferMs = 300;
 
 }  // namespace
@@ -53,7 +53,8 @@ void frmMain::StartTimer(std::int32_t interval) {
 
 void frmMain::iTimer_Fire(std::int32_t /*elapsed_ms*/) {
     IgnoringErrors([&](Statements& run) {
-        // The command waits for the answer; a run would not let it be heard.
+        // The command waits until the question whether to close is answered: a run would not let that be
+        // heard.
         if (asking_) return run([&] { StartTimer(kDeferMs); });
         run([&] { update_timer_.reset(); });
         if (!dbu_) run([&] { RunPending(); });

@@ -25,13 +25,13 @@ RegistryValue RegistryValueOf(const Variant& value) {
 
 bool IsKey(std::int32_t root, const std::string& subkey) { return RegEnumValues(root, subkey).has_value(); }
 
-/// A user who is new here has no such key.
+/// Makes the key where the user, who is new here, has none.
 void AddToKey(const std::string& key, const std::string& name, const std::string& command) {
     RegCreateKeyEx(HKEY_CURRENT_USER, key);
     SetRegistryValue(HKEY_CURRENT_USER, key, name, command);
 }
 
-/// Follows the Run key, whatever became of the change to it.
+/// Copies the Run key's value to the autostart folder, also where the key could not be changed.
 void MirrorToAutostart(const std::string& name) {
     const auto value = RegQueryValueEx(HKEY_CURRENT_USER, kRunKey, name);
     if (const auto command = value ? value->Text() : std::nullopt)

@@ -114,7 +114,7 @@ void CCommandArgs::ParseArguments() {
     parsed_ = true;
 }
 
-// The first argument with a key wins.
+// Of arguments with the same key the first counts.
 void CCommandArgs::AddArgument(const std::string& piece) {
     if (Trim(piece).empty()) return;
     const auto key = UCase(piece.substr(0, piece.find(assignment_)));

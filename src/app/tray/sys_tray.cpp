@@ -109,7 +109,7 @@ void frmSysTray::Form_Load() {
         run([&] { GetWindowsVersion(); });
         run([&] { FillRecord(); });
         run([&] { Notify(NIM_ADD); });
-        // In the same turn, for a host looks for the menu when it first sees the icon.
+        // In the same turn of the loop as NIM_ADD: a host looks for the menu when it first sees the icon.
         run([&] {
             std::visit([&](const auto& record) { SetNotifyIconMenu(record.hWnd, record.uID, menu_); },
                        record_);
@@ -149,7 +149,7 @@ void frmSysTray::FillTip(const std::string& text) {
     if (!text.empty()) Put(Cut<char>(text, kTipSize), std::get<NOTIFYICONDATAA>(record_).szTip, kTipSize);
 }
 
-// A refused call leaves the tray as it was, which needs no word.
+// A refused call leaves the tray as it was, and is not reported.
 void frmSysTray::Notify(std::uint32_t message) const {
     if (const auto* wide = std::get_if<NOTIFYICONDATAW>(&record_))
         Shell_NotifyIconW(message, *wide);
@@ -180,7 +180,8 @@ void frmSysTray::Form_MouseMove(std::int32_t code) {
 void frmSysTray::ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t icon_kind,
                                 std::uint32_t timeout_ms) {
     const auto show = [&](auto& record, Statements& run) {
-        // Also where the new text is empty, the last balloon's is gone.
+        // stringToArray leaves a field as it is when its text is empty: the last balloon's text would come
+        // again.
         run([&] { record.szInfo[0] = record.szInfoTitle[0] = {}; });
         run([&] { stringToArray(text, record.szInfo, sizeof(record.szInfo)); });
         run([&] { stringToArray(title, record.szInfoTitle, sizeof(record.szInfoTitle)); });

@@ -89,14 +89,14 @@ void frmSysTray::ShowMenu() {
 }
 
 void frmSysTray::mnuSysTray_Click(QAction* item) {
-    // A checkable item changes its mark by itself, which is for the program alone to do.
+    // Qt changes the mark of a checkable item by itself; here only the program changes it.
     if (item->isCheckable()) item->setChecked(true);
     const auto found = std::find(items_.begin(), items_.end(), item);
     const auto tell = [this, index = static_cast<std::int32_t>(found - items_.begin()),
                        key = item->data().toString().toStdString()] {
         if (IsLoaded()) RunHandler([&] { events_.MenuClick(index, key); });
     };
-    // Not from inside the menu: whoever is told may start a long run, or destroy the menu and the form.
+    // Not from inside the menu: the owner may start a long run, or destroy the menu and the form.
     QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 

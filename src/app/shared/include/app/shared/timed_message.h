@@ -22,7 +22,7 @@ public:
 
     /// Plain text; what does not fit into the frame is cut off above and below.
     void Message(const std::string& text);
-    /// 10 when the form loads. The form closes about one second after they are over.
+    /// Seconds left; 10 when the form loads. The form closes about one second after they are over.
     void Seconds(std::int32_t seconds) { seconds_ = seconds; }
 
 private:

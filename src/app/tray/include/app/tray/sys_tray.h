@@ -48,7 +48,7 @@ public:
     /// Adds an item at the menu's end and returns its index. The caption "-" makes a separator; `key` comes
     /// back with MenuClick.
     std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool is_default);
-    /// Nothing for an index that is not in the menu, as with the next three.
+    /// This and the next three do nothing for an index that is not in the menu.
     void EnableMenuItem(std::int32_t index, bool enabled);
     void CheckMenuItem(std::int32_t index, bool checked);
     bool IsMenuItemChecked(std::int32_t index) const;
@@ -81,7 +81,7 @@ private:
     bool shell_v5_ = false;                                  ///< the system knows balloons
     std::variant<NOTIFYICONDATAW, NOTIFYICONDATAA> record_;  ///< in the form that the system takes
     QMenu* menu_;
-    std::vector<QAction*> items_;  ///< owned by the menu; one that is checkable is checked
+    std::vector<QAction*> items_;  ///< owned by the menu; an item that is checkable is checked
     bool first_item_used_ = false;
     std::int32_t default_index_ = 0;
 };
