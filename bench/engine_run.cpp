@@ -1,11 +1,12 @@
 #include "engine_run.h"
 
-#include "engine/run_objects.h"
+#include "infra/guarded_routine.h"
+#include "store/hand_over.h"
 
 namespace pellago::bench {
 
 EngineRun::EngineRun(const std::string& path) : database_(path) {
-    InitDBObjects([](auto&& statement) { statement(); }, engine_, database_);
+    RaisingErrors([this](Statements& run) { HandOver(run, engine_, database_); });
 }
 
 std::int32_t EngineRun::Stored() { return CLng(database_.CnnRSS()->Scalar("SELECT count(*) FROM News")); }

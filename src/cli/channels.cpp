@@ -18,7 +18,7 @@ void PrintChannel(const Context& context, Recordset& row) {
               TextOf(row.Value("Channel"), "<no name>"), TextOf(row.Value("httpRSSFile"))});
 }
 
-// Somebody who types "example.org/feed" means no file, but a list may name one that is still to come.
+// Somebody who types "example.org/feed" means no file; a list may name a file that is still to come.
 std::string AddressToAdd(const std::string& text) {
     auto address = FeedAddress(text, fs::current_path());
     if (address.rfind("file://", 0) == 0 && !HasScheme(text) && !fs::exists(text))

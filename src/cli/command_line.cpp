@@ -18,7 +18,7 @@ constexpr const char* kStatusHelp =
     "66 input missing, 75 the database stayed locked, 77 not writable, 78 database of a newer schema,\n"
     "130 stopped by Ctrl-C.";
 
-/// All that any verb takes; each verb has its own few of them.
+/// The arguments of all verbs; each verb takes a few of them.
 struct Arguments {
     std::string path, name, home_page, address, key, value;
     std::int32_t owner = 0;
@@ -27,7 +27,7 @@ struct Arguments {
     ListingOptions listing;
 };
 
-// The library alone would also take "0x10", and "010" for eight.
+// CLI11 alone would also take "0x10", and "010" for eight.
 std::string CheckPositive(std::string& text) {
     text.erase(0, std::min(text.find_first_not_of('0'), text.size()));
     std::int32_t number = 0;
@@ -69,8 +69,8 @@ public:
 
     CLI::App& App() { return app_; }
 
-    /// What is wrong when the first word that was not understood stands for a verb. The library itself says
-    /// only that a verb is missing.
+    /// What is wrong when the first word that was not understood stands for a verb. CLI11 itself says only
+    /// that a verb is missing.
     std::optional<std::string> UnknownVerb() const {
         const auto unknown = app_.remaining(true);
         const auto reached = app_.get_subcommands();
@@ -234,7 +234,7 @@ std::variant<CommandLine, ExitStatus> ParseCommandLine(std::vector<std::string> 
                                                        const Context& context) {
     CommandLine command_line;
     Grammar grammar(command_line);
-    // The library takes them from the back.
+    // CLI11 takes arguments from the back.
     std::reverse(arguments.begin(), arguments.end());
     try {
         grammar.App().parse(std::move(arguments));

@@ -23,7 +23,7 @@ std::string OnOrOff(const Variant& active);
 /// A line of output: plain fields, separated by tabs.
 void PrintRow(const Context& context, const std::vector<std::string>& fields);
 
-/// A recordset whose current row is the one with that id.
+/// A recordset whose current row is the one with key `id`.
 std::shared_ptr<Recordset> OpenedAt(const DE1& database, const std::string& recordset, std::int32_t id);
 
 /// Sets column Active of the rows with these ids; `kind` is the word for one of them.

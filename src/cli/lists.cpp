@@ -26,7 +26,7 @@ std::string Text(const Added& added) {
            " there already";
 }
 
-/// A provider comes into being with its first new feed, or with none when the list has none for it.
+/// A provider is added with its first new feed, or alone when the list has no feeds for it.
 Added AddList(Subscriptions& subscriptions, const SubscriptionList& list) {
     Added added;
     for (const auto& provider : list) {

@@ -6,7 +6,7 @@
 namespace pellago::cli {
 namespace {
 
-// In the order of keys, which is the order of writing: reads as many rows as it prints, however old the log.
+// By key, which is the order of writing: as many rows are read as are printed, however old the log is.
 std::string Query(const ListingOptions& options) {
     return "SELECT DownloadLog.id AS ID, DownloadLog.Session AS Session, DownloadLog.EventTime AS EventTime,"
            " DownloadLog.Channel AS ChannelID, Channels.Channel AS Channel, DownloadLog.Result AS Result,"

@@ -9,7 +9,7 @@ namespace {
 constexpr const char* kSection = "Settings";
 constexpr std::int32_t kNoSuchSection = error_number::kObjectErrorBase + 17027;
 
-// A section comes into being with its first setting.
+// The section is not there before its first setting is saved.
 std::vector<std::string> AllKeys() {
     try {
         return gAppSettings->GetAllKeys(kSection);

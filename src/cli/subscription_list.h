@@ -9,10 +9,10 @@ namespace pellago::cli {
 
 /// Reads an OPML file. The innermost folder with a name is a feed's provider, else its address's host; a
 /// folder that holds nothing but folders is no provider. An outline with isComment="true" is not active.
-/// Throws Failure kInputMissing or kUnreadable.
+/// Throws Failure kInputMissing or kUnreadable. In subscription_list_reading.cpp.
 SubscriptionList ReadSubscriptionList(const std::filesystem::path& path);
 
-/// OPML 2.0.
+/// The list as OPML 2.0. In subscription_list_writing.cpp.
 std::string SubscriptionListText(const SubscriptionList& list);
 
 }  // namespace pellago::cli

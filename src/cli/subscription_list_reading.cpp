@@ -46,7 +46,8 @@ class ListReader final {
 public:
     explicit ListReader(fs::path folder) : folder_(std::move(folder)) {}
 
-    /// `provider` is what the feeds among them belong to; without a name each belongs to its host.
+    /// `provider` is what feeds directly below `parent` belong to; where it has no name each belongs to its
+    /// host.
     void ReadOutlines(const XmlNode& parent, const ListedProvider& provider) {
         for (const auto& outline : parent.SelectNodes("outline")) {
             if (const auto address = AddressOf(outline); !address.empty()) {

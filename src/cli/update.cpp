@@ -8,8 +8,9 @@
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
 #include "database.h"
-#include "engine/run_objects.h"
+#include "engine/update_run.h"
 #include "infra/error_handler.h"
+#include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
 #include "live_display.h"
 #include "platform/loop/message_loop.h"
@@ -17,7 +18,8 @@
 #include "platform/loop/thread_timer.h"
 #include "platform/system/message_box.h"
 #include "platform/values/terminal_text.h"
-#include "run_record.h"
+#include "run_result.h"
+#include "store/hand_over.h"
 
 namespace pellago::cli {
 namespace {
@@ -60,9 +62,9 @@ private:
     const UpdateOptions& options_;
     std::unique_ptr<DE1> database_;
     CDBUpdate engine_{*this};
-    std::unique_ptr<RunReader> reader_;
-    RunRecord record_;
-    std::optional<ChannelResult> channel_;  ///< begun and not ended
+    std::unique_ptr<RunResultReader> reader_;
+    RunResult run_;
+    std::optional<ChannelResult> channel_;  ///< the one that has begun and not ended
     Progress progress_;
     std::optional<LiveDisplay> display_;
     std::int32_t redraw_timer_ = 0;
@@ -76,7 +78,7 @@ UpdateVerb::UpdateVerb(const Context& context, const UpdateOptions& options)
     : context_(context), options_(options), database_(OpenDatabase(context)) {
     if (context.terminal && !options.json && !options.quiet) {
         display_.emplace(context.out);
-        // What was not drawn because it came too soon, and the clock.
+        // Shows what was not drawn because it came too soon, and lets the clock go on.
         redraw_timer_ = SetTimer(kRedrawInterval, [this](std::uint32_t) { Draw(); });
     }
     UseErrorDialog([this](const std::string& report, const std::string&) { return ShowReport(report); });
@@ -95,20 +97,20 @@ UpdateVerb::~UpdateVerb() {
 }
 
 ExitStatus UpdateVerb::Run() {
-    InitDBObjects([](auto&& statement) { statement(); }, engine_, *database_);
-    reader_ = std::make_unique<RunReader>(*database_);
+    RaisingErrors([this](Statements& run) { HandOver(run, engine_, *database_); });
+    reader_ = std::make_unique<RunResultReader>(*database_);
     // The second Ctrl-C finds no handler any more and ends the program at once.
     signals_.emplace([this](int) {
         Stop();
         signals_.reset();
     });
     StartEngine();
-    // A signal that came while the database was waited for.
+    // Serves a signal that came while the database was waited for.
     DoEvents();
     signals_.reset();
     KeepAbortedChannel();
-    reader_->Finish(record_);
-    record_.cancelled = engine_.Cancel();
+    reader_->Finish(run_);
+    run_.cancelled = engine_.Cancel();
     PrintEnd();
     return Status();
 }
@@ -139,8 +141,8 @@ std::int32_t UpdateVerb::ShowReport(const std::string& report) {
 // The engine goes on after most failures without a word; the user is told at the end.
 void UpdateVerb::KeepFailure(const ErrorInfo& error) {
     worst_error_ = std::max(worst_error_, StatusOf(error.number));
-    if (std::ranges::find(record_.errors, error.description) == record_.errors.end())
-        record_.errors.push_back(error.description);
+    if (std::ranges::find(run_.errors, error.description) == run_.errors.end())
+        run_.errors.push_back(error.description);
 }
 
 void UpdateVerb::ClearDisplay() {
@@ -178,19 +180,19 @@ void UpdateVerb::OnChannelDone(const Variant&, std::int32_t) {
     Keep(std::move(result));
 }
 
-// A channel whose routine was aborted has no end of its own.
+// Where the routine of a channel is aborted, no OnChannelDone follows.
 void UpdateVerb::KeepAbortedChannel() {
     if (!channel_) return;
     auto result = *std::exchange(channel_, std::nullopt);
     result.ok = false;
-    result.error = record_.errors.empty() ? "given up" : record_.errors.back();
+    result.error = run_.errors.empty() ? "given up" : run_.errors.back();
     Keep(std::move(result));
 }
 
 void UpdateVerb::Keep(ChannelResult result) {
-    const auto& kept = reader_->Add(std::move(result), record_);
-    progress_.new_items = record_.new_items;
-    progress_.failed = record_.failed;
+    const auto& kept = reader_->Add(std::move(result), run_);
+    progress_.new_items = run_.new_items;
+    progress_.failed = run_.failed;
     Print(kept);
     Draw();
 }
@@ -215,26 +217,26 @@ void UpdateVerb::Print(const ChannelResult& result) {
 void UpdateVerb::PrintEnd() {
     ClearDisplay();
     if (options_.json)
-        context_.out << RunDocument(record_);
-    else if (!options_.quiet && record_.nothing_matched && IsFullRun() && record_.errors.empty())
+        context_.out << RunDocument(run_);
+    else if (!options_.quiet && run_.nothing_matched && IsFullRun() && run_.errors.empty())
         context_.out << "There is nothing to update: no provider is there and active.\n";
-    else if (!options_.quiet && !record_.nothing_matched)
-        context_.out << Summary(record_) << '\n';
-    if (!record_.end) Complain(context_, "the run could not be recorded in the database");
-    for (const auto& error : record_.errors)
+    else if (!options_.quiet && !run_.nothing_matched)
+        context_.out << Summary(run_) << '\n';
+    if (!run_.end) Complain(context_, "the run could not be recorded in the database");
+    for (const auto& error : run_.errors)
         if (!reported_.contains(error)) Complain(context_, error);
-    if (record_.nothing_matched && options_.provider)
+    if (run_.nothing_matched && options_.provider)
         Complain(context_, "there is no provider " + std::to_string(*options_.provider));
-    if (record_.nothing_matched && options_.channel)
+    if (run_.nothing_matched && options_.channel)
         Complain(context_, "there is no channel " + std::to_string(*options_.channel));
 }
 
 ExitStatus UpdateVerb::Status() const {
     if (stopped_) return ExitStatus::kStopped;
-    if (record_.nothing_matched && record_.errors.empty())
+    if (run_.nothing_matched && run_.errors.empty())
         return IsFullRun() ? ExitStatus::kAllWell : ExitStatus::kInputMissing;
     if (worst_error_ != ExitStatus::kAllWell) return worst_error_;
-    return record_.failed > 0 || !record_.end ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
+    return run_.failed > 0 || !run_.end ? ExitStatus::kSomeFailed : ExitStatus::kAllWell;
 }
 
 }  // namespace

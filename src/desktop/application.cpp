@@ -20,8 +20,8 @@
 namespace pellago {
 namespace {
 
-// Qt keeps references to these. The program's own arguments are not Qt's: "/style" means nothing to it, and
-// "-style" would.
+// Stand-ins for the program's own arguments, to which Qt keeps references: Qt would take some of those for
+// its own ("-style").
 int argument_count = 1;
 std::array<char, 9> program_name{"pellagod"};
 std::array<char*, 2> arguments{program_name.data(), nullptr};
@@ -30,8 +30,8 @@ std::optional<int> quit_status;
 bool session_ends = false;
 std::function<void()> session_end_handler;
 
-/// Keeps what Qt says while it looks for a display; it is said afterwards. Where Qt finds none it would dump
-/// core: the program ends with one clear line instead.
+/// Holds back what Qt prints while it looks for a display, until it has found one. Where Qt finds none it
+/// would dump core: the program ends with one clear line instead.
 class DisplaySearch final {
 public:
     DisplaySearch() : shown_(qInstallMessageHandler(Keep)) {}
@@ -86,9 +86,9 @@ protected:
         session_ends = true;
         const bool known = QApplication::event(event);
         if (event->isAccepted()) {
-            // A copy, for the handler may set another.
+            // A copy, for the handler may set another handler.
             if (const auto handler = session_end_handler) RunHandler(handler);
-            // Also where it comes before Run.
+            // Also where the session ends before Run.
             Application::Quit();
         }
         session_ends = false;

@@ -58,7 +58,7 @@ QString Path() { return QStringLiteral("/org/freedesktop/Notifications"); }
 
 QDBusPendingCall Call(const QString& method, const QVariantList& arguments = {}) {
     const auto bus = QDBusConnection::sessionBus();
-    // Such a call would never be finished.
+    // A call on a bus that is not connected would never be finished.
     if (!bus.isConnected()) return QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, {}));
     auto call = QDBusMessage::createMethodCall(Service(), Path(), Service(), method);
     call.setArguments(arguments);
@@ -101,7 +101,7 @@ QVariantMap Hints(std::uint32_t kind) {
 
 int ExpireTime(std::uint32_t timeout) {
     constexpr std::uint32_t most = std::numeric_limits<int>::max();
-    // 0 would be a balloon that stays for ever.
+    // To the service 0 is a balloon that stays for ever, to us a time of the service's own (-1).
     return timeout == 0 ? -1 : static_cast<int>(std::min(timeout, most));
 }
 
@@ -141,7 +141,7 @@ void Balloon::Next() {
         return Remove();
     }
     busy_ = true;
-    // Asked each time, as services come and go.
+    // The capabilities are asked for each time, as services come and go.
     auto* answer = new QDBusPendingCallWatcher(Call(QStringLiteral("GetCapabilities")), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
@@ -156,7 +156,7 @@ void Balloon::Next() {
 void Balloon::Notify(const QStringList& capabilities) {
     const auto content = *std::exchange(wish_, std::nullopt);
     const bool markup = capabilities.contains(QStringLiteral("body-markup"));
-    // Services that know no actions make dialogs of them.
+    // Services that know no actions make dialogs of notifications that have some.
     const auto actions = capabilities.contains(QStringLiteral("actions"))
                              ? QStringList{QStringLiteral("default"), QStringLiteral("Open")}
                              : QStringList{};
@@ -206,7 +206,7 @@ void Balloon::ClickInTray() {
 
 void Balloon::OnActionInvoked(uint id, const QString& action) {
     if (id != id_ || action != QStringLiteral("default")) return;
-    // Some services leave it open.
+    // Some services leave a notification open that was clicked.
     Close(std::exchange(id_, 0U));
     tell_(NIN_BALLOONUSERCLICK);
 }

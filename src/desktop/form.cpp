@@ -2,20 +2,17 @@
 
 #include <QCloseEvent>
 #include <QEventLoop>
-#include <QGuiApplication>
 #include <QLayout>
 #include <QPointer>
 #include <QPushButton>
-#include <QScreen>
-#include <algorithm>
 #include <exception>
 #include <utility>
 
 #include "desktop/application.h"
 #include "desktop/event_handler.h"
+#include "modal_window.h"
 #include "platform/values/run_time_error.h"
 #include "platform/windows/window_messages.h"
-#include "stand_before.h"
 
 namespace pellago {
 namespace {
@@ -38,50 +35,7 @@ Qt::WindowFlags FlagsOf(BorderStyle border) {
     }
 }
 
-/// As much of a window's upper edge as a hand needs to move it.
-constexpr int kHandleWidth = 64;
-constexpr int kHandleHeight = 24;
-
 constexpr int kSettledMs = 100;
-
-bool CanBeReached(const QRect& frame) {
-    const QRect handle(frame.topLeft(), QSize(frame.width(), kHandleHeight));
-    const auto screens = QGuiApplication::screens();
-    return std::any_of(screens.begin(), screens.end(), [&](const QScreen* screen) {
-        const auto seen = handle & screen->availableGeometry();
-        return seen.width() >= std::min(kHandleWidth, frame.width()) && seen.height() >= kHandleHeight / 2;
-    });
-}
-
-/// Windows were kept where a screen was that is gone, or the settings were written by hand.
-QRect WithinReach(const QRect& frame) {
-    const auto* known = QGuiApplication::screenAt(frame.center());
-    const auto* screen = known ? known : QGuiApplication::primaryScreen();
-    const auto area = screen->availableGeometry();
-    QRect moved(frame.topLeft(), frame.size().boundedTo(area.size()));
-    if (CanBeReached(moved)) return moved;
-    moved.moveLeft(std::clamp(moved.left(), area.left(), area.right() + 1 - moved.width()));
-    moved.moveTop(std::clamp(moved.top(), area.top(), area.bottom() + 1 - moved.height()));
-    return moved;
-}
-
-FormWindowState StateOf(std::int32_t command) {
-    switch (command) {
-        case show_command::kShowMinimized:
-        case show_command::kMinimize:
-        case show_command::kShowMinNoActive:
-            return FormWindowState::kMinimized;
-        case show_command::kShowMaximized:
-            return FormWindowState::kMaximized;
-        default:
-            return FormWindowState::kNormal;
-    }
-}
-
-/// The largest that a screen may be; what lies beyond is nobody's intention.
-int Within16Bits(std::int64_t number) {
-    return static_cast<int>(std::clamp<std::int64_t>(number, -32768, 32767));
-}
 
 /// A window that gets its size, or is given a place by QDialog, while it comes up comes up as a normal one.
 void SettleBeforeMinimized(QWidget& window) {
@@ -123,7 +77,7 @@ void Form::Load() {
 void Form::Show(ShowMode mode) {
     const QPointer<Form> alive(this);
     Load();
-    // What waits in its load may have been overtaken by an unload.
+    // Form_Load may wait, and the form be unloaded meanwhile.
     if (!alive || !IsLoaded()) return;
     if (mode == ShowMode::kModal)
         ShowModal();
@@ -134,13 +88,13 @@ void Form::Show(ShowMode mode) {
 void Form::ShowModal() {
     if (isVisible()) throw RunTimeError(400, "", "Form already displayed; can't show modally");
     flags_before_modal_ = windowFlags();
-    StandBeforeActiveWindow(*this);
+    MakeWindowModal(*this);
     setWindowModality(Qt::ApplicationModal);
     QEventLoop loop;
     modal_loop_ = &loop;
     const QPointer<Form> alive(this);
     show();
-    // It may have been hidden while it came up, and destroyed by anything that happens in the loop.
+    // The form may have been hidden while it came up, and be destroyed by anything that happens in the loop.
     if (alive && modal_loop_ == &loop) loop.exec(QEventLoop::DialogExec);
     // The loop also ends with the program.
     if (alive && modal_loop_ == &loop) hide();
@@ -150,7 +104,7 @@ void Form::EndModalShow() {
     if (!modal_loop_) return;
     std::exchange(modal_loop_, nullptr)->quit();
     setWindowModality(Qt::NonModal);
-    StandAlone(*this, flags_before_modal_);
+    MakeWindowOrdinary(*this, flags_before_modal_);
 }
 
 bool Form::Unload(UnloadMode mode) {
@@ -158,7 +112,7 @@ bool Form::Unload(UnloadMode mode) {
     const QPointer<Form> alive(this);
     bool cancel = false;
     RunHandler([&] { Form_QueryUnload(cancel, mode); });
-    // A question that was asked may have been overtaken by an unload that asks none.
+    // While Form_QueryUnload asked the user, the form may have been unloaded without a question.
     if (!alive || !IsLoaded() || unloading_) return true;
     if (cancel) return false;
     unloading_ = true;
@@ -185,7 +139,8 @@ FormWindowState Form::WindowState() const {
     return isMaximized() ? FormWindowState::kMaximized : FormWindowState::kNormal;
 }
 
-// Given a state before it is shown, a window would exist from then on, and be placed without its frame.
+// A QWidget that is given a state before it is shown gets its native window at once, and is placed without
+// its frame.
 void Form::WindowState(FormWindowState state) {
     if (isVisible())
         ApplyWindowState(state);
@@ -211,45 +166,6 @@ void Form::ApplyWindowState(FormWindowState state) {
     }
 }
 
-// The rectangle begins at the frame's corner and has the size of what is inside the frame: both can be given
-// back exactly, while the frame's width is not known before a window was shown.
-std::optional<WindowPlacement> Form::Placement() const {
-    WindowPlacement placement;
-    if (WindowState() == FormWindowState::kMinimized)
-        placement.show_command = show_command::kShowMinimized;
-    else if (WindowState() == FormWindowState::kMaximized)
-        placement.show_command = show_command::kShowMaximized;
-    placement.minimized = placement.maximized = {-1, -1};
-    const auto normal =
-        WindowState() == FormWindowState::kNormal || normal_.isNull() ? NormalRectangle() : normal_;
-    placement.normal = {normal.left(), normal.top(), normal.left() + normal.width(),
-                        normal.top() + normal.height()};
-    return placement;
-}
-
-void Form::Placement(const WindowPlacement& placement) {
-    const auto& normal = placement.normal;
-    const QSize stored(Within16Bits(normal.Width()), Within16Bits(normal.Height()));
-    const auto size = stored.isEmpty() ? SizeNow() : stored;
-    const QPoint corner(Within16Bits(normal.left), Within16Bits(normal.top));
-    const auto frame = WithinReach({corner, size.expandedTo(minimumSizeHint())});
-    // A rectangle given to a maximised window would be taken for the maximised one.
-    const auto state = isVisible() ? StateOf(placement.show_command) : WindowState();
-    const QPointer<Form> alive(this);
-    ApplyWindowState(FormWindowState::kNormal);
-    if (alive) resize(frame.size());
-    if (!alive) return;
-    move(frame.topLeft());
-    normal_ = frame;
-    WindowState(state);
-    if (alive && placement.show_command == show_command::kHide) hide();
-}
-
-ScreenRectangle Form::Desktop() const {
-    const auto area = QGuiApplication::primaryScreen()->geometry();
-    return {area.left(), area.top(), area.left() + area.width(), area.top() + area.height()};
-}
-
 void Form::setVisible(bool visible) {
     const bool comes_up = visible && !isVisible();
     const QPointer<Form> alive(this);
@@ -267,8 +183,8 @@ void Form::reject() {
     if (cancel_button_) cancel_button_->click();
 }
 
-std::int32_t Form::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t /*uMsg*/, std::int32_t /*wParam*/,
-                                   std::int32_t /*lParam*/) {
+std::int32_t Form::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t /*message*/, std::int32_t /*w_param*/,
+                                   std::int32_t /*l_param*/) {
     return 0;
 }
 
@@ -282,7 +198,7 @@ void Form::moveEvent(QMoveEvent* event) {
     settled_.start();
 }
 
-// What happens to a form before it is up comes as one resize when it is.
+// All changes of size before a form is up come as one Form_Resize when it comes up.
 void Form::resizeEvent(QResizeEvent* event) {
     QDialog::resizeEvent(event);
     settled_.start();
@@ -292,20 +208,6 @@ void Form::resizeEvent(QResizeEvent* event) {
 void Form::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
     if (isVisible() && event->type() == QEvent::WindowStateChange) RunHandler([&] { Form_Resize(); });
-}
-
-/// A window that was never shown gets its size from its contents when it comes up.
-QSize Form::SizeNow() const { return testAttribute(Qt::WA_Resized) || isVisible() ? size() : sizeHint(); }
-
-// Where no program can place its windows none knows where they stand: what was asked for is kept for other
-// days.
-QRect Form::NormalRectangle() const {
-    const bool is_placed_by_others = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-    return {is_placed_by_others ? normal_.topLeft() : pos(), SizeNow()};
-}
-
-void Form::RememberNormalRectangle() {
-    if (isVisible() && WindowState() == FormWindowState::kNormal) normal_ = NormalRectangle();
 }
 
 }  // namespace pellago

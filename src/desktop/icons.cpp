@@ -18,16 +18,16 @@ static void RegisterIcons() { Q_INIT_RESOURCE(icons); }
 namespace pellago {
 namespace {
 
-// Twice each size is there as well, for screens with two device pixels to one of a window.
+// With each size comes its double, for screens with two device pixels to one of a window.
 constexpr int kSizes[] = {16, 22, 24, 32, 44, 48, 64, 96, 128, 256};
 
-/// A handle is one more than its place in here.
+/// The names of the pictures; a picture's handle is its place here plus one.
 std::vector<std::string>& Names() {
     static std::vector<std::string> names;
     return names;
 }
 
-/// Emptied while the application goes: pixmaps must not outlive it.
+/// By handle. Emptied while the application goes: pixmaps must not outlive it.
 std::map<std::int32_t, QIcon>& Drawn() {
     static std::map<std::int32_t, QIcon> drawn;
     return drawn;

@@ -11,7 +11,7 @@
 namespace pellago {
 namespace {
 
-/// Cuts the colour key out of a window's image whenever that changes. A child of the window.
+/// Cuts the colour key out of a window's image whenever the image changes. A child of the window.
 class ColorKey final : public QObject {
 public:
     ColorKey(QWidget& window, const QColor& key) : QObject(&window), window_(window), key_(key.rgb()) {
@@ -20,7 +20,8 @@ public:
     }
 
     bool eventFilter(QObject* watched, QEvent* event) override {
-        // To render the image sends paint events too, and what was due before the window is first shown.
+        // Rendering the image sends events of its own: paint events, and those due before a window is first
+        // shown.
         if (!cutting_ && (event->type() == QEvent::Resize || event->type() == QEvent::Show)) Cut();
         if (!cutting_ && event->type() == QEvent::Paint)
             QMetaObject::invokeMethod(this, &ColorKey::Cut, Qt::QueuedConnection);
@@ -35,7 +36,7 @@ private:
         window_.render(&image, {}, {},
                        QWidget::DrawWindowBackground | QWidget::DrawChildren | QWidget::IgnoreMask);
         const QRegion rest(QBitmap::fromImage(image.createMaskFromColor(key_, Qt::MaskInColor)));
-        // An empty mask would be none at all.
+        // Qt takes an empty mask for no mask at all.
         const auto mask = rest.isEmpty() ? QRegion(-1, -1, 1, 1) : rest;
         if (mask != window_.mask()) window_.setMask(mask);
         cutting_ = false;

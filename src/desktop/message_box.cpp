@@ -6,7 +6,7 @@
 #include <array>
 #include <utility>
 
-#include "stand_before.h"
+#include "modal_window.h"
 
 namespace pellago {
 namespace {
@@ -54,14 +54,14 @@ constexpr std::array<std::pair<Button, Answer>, 7> kAnswers = {{{QMessageBox::Ok
                                                                 {QMessageBox::Yes, Answer::kYes},
                                                                 {QMessageBox::No, Answer::kNo}}};
 
-/// The first one that the box has.
+/// The first of these buttons that the box has.
 Button EscapeButton(const QMessageBox& box) {
     for (const auto button : {QMessageBox::Cancel, QMessageBox::No, QMessageBox::Abort})
         if (box.button(button)) return button;
     return QMessageBox::Ok;
 }
 
-// A box grows with its text, and its buttons would lie below the screen.
+// Lines of text shown: a box grows with its text, and its buttons would lie below the screen.
 constexpr qsizetype kLines = 20;
 constexpr qsizetype kLetters = 2000;
 
@@ -89,9 +89,9 @@ MessageBoxAnswer ShowMessageBoxWindow(const MessageBoxRequest& request) {
     box.setStandardButtons(ButtonsOf(request.buttons));
     const auto escape = EscapeButton(box);
     box.setEscapeButton(escape);
-    StandBeforeActiveWindow(box);
+    MakeWindowModal(box);
     box.exec();
-    // Ended together with the program, it was not answered at all.
+    // A box that was ended together with the program was not answered at all.
     auto* clicked = box.clickedButton();
     const auto button = clicked ? box.standardButton(clicked) : escape;
     for (const auto& [known, answer] : kAnswers)

@@ -24,7 +24,7 @@ std::function<void()>& Listener() {
 
 NotificationShell& Shell() { return replacement ? *replacement : DesktopShell::Instance(); }
 
-// What a cut at the field's end left of a character is dropped.
+// A character of which the field's end has cut a part is dropped.
 QString Decoded(const char* text, qsizetype length) {
     QStringDecoder decode(QStringDecoder::Utf8);
     return decode(QByteArrayView(text, length));
@@ -86,7 +86,7 @@ bool NotificationAreaAvailable() { return Shell().AreaAvailable(); }
 void OnNotificationAreaChange(std::function<void()> listener) { Listener() = std::move(listener); }
 
 void NotificationAreaChanged() {
-    // The listener may put another in its place.
+    // A copy: the listener may set another listener.
     if (const auto listener = Listener()) listener();
 }
 

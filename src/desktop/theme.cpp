@@ -11,7 +11,7 @@ bool IsThemeActive() {
     return QApplication::style()->name().compare(QLatin1String("windows"), Qt::CaseInsensitive) != 0;
 }
 
-// Every window of a program here is drawn by the one style of its application.
+// Here all windows of a program are drawn by the style of its application: none keeps out of the theme.
 bool IsAppThemed() { return IsThemeActive(); }
 
 void SetBackColor(QWidget& widget, std::uint32_t system_color) {

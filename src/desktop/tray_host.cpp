@@ -42,7 +42,7 @@ void TrayHost::ListenOnBus() {
     }
     auto* names = new QDBusServiceWatcher(Watcher(), bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(names, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayHost::AskWatcher);
-    // A watcher may be there before the panel that draws the icons.
+    // The watcher of icons may be on the bus before the panel that draws them.
     for (const auto& signal :
          {QStringLiteral("StatusNotifierHostRegistered"), QStringLiteral("StatusNotifierHostUnregistered")})
         bus.connect(Watcher(), WatcherPath(), Watcher(), signal, this, SLOT(AskWatcher()));

@@ -11,7 +11,8 @@ class XembedTray;
 /// The panel that shows icons: a StatusNotifier host on the session bus, or an XEmbed tray.
 ///
 /// Qt settles for one of the two for good at the first use of QSystemTrayIcon, and takes XEmbed when no host
-/// is on the bus by then. A program may start before its panel, so nothing may touch that class until Found.
+/// is on the bus by then. A program may start before its panel, so nothing may touch QSystemTrayIcon until
+/// Found.
 class TrayHost final : public QObject {
     Q_OBJECT
 

@@ -20,15 +20,15 @@ class TrayHost;
 /// One icon of the notification area. It may be deleted by whatever its window does on hearing of it.
 class TrayIcon final : public QObject {
 public:
-    /// Without a host it is never shown.
+    /// Without a `host` the icon is never shown.
     TrayIcon(std::int32_t hwnd, std::int32_t id, const TrayHost* host);
     ~TrayIcon() override;
 
     /// Takes over the fields that the record's flags name.
     void Apply(const NotificationRecord& record);
     void SetMenu(QMenu* menu);
-    /// Shows the icon, when a host is there, in the next turn of the loop: what follows on its addition at
-    /// once, a menu above all, is there when the host first reads it.
+    /// Shows the icon, when a host is there, in the next turn of the loop: what the program sets directly
+    /// after the icon was added, a menu above all, is there when the host first reads the icon.
     void ShowLater();
 
 private:

@@ -44,8 +44,8 @@ XembedTray::XembedTray(xcb_connection_t* connection, std::function<void()> chang
 
 XembedTray::~XembedTray() = default;
 
-// A new tray says so to the root window, whose messages Qt has asked for; the end of the old one is an event
-// of its window, for which we ask here as Qt does.
+// A new tray sends a message to the root window, which Qt listens to. The end of a tray is an event of the
+// tray's own window, which Locate asks for, with the same mask that Qt has for it on this connection.
 bool XembedTray::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
     if (type != "xcb_generic_event_t") return false;
     const auto* event = static_cast<const xcb_generic_event_t*>(message);

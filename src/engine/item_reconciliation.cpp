@@ -2,10 +2,10 @@
 
 #include "engine/update_run.h"
 #include "feeds/channel.h"
+#include "handed_over.h"
 #include "infra/errors_to_file.h"
 #include "platform/loop/message_loop.h"
 #include "platform/values/text.h"
-#include "required.h"
 
 namespace pellago {
 namespace {
@@ -53,19 +53,19 @@ void CDBUpdate::StoreChannelItems(std::int32_t channel_id) {
 }
 
 bool CDBUpdate::StoreItem(Statements& run, std::int32_t channel_id, const ClsItem& item) {
-    // An item whose look-up failed is left alone: stored blindly it might stand there twice, and the next run
-    // looks for it again.
+    // An item whose look-up failed is not stored: it might stand there twice. The next run looks for it
+    // again.
     const auto known = run([&] { return std::optional(IsKnown(channel_id, item)); });
     if (!known || *known) return false;
     run([&] { AddItem(channel_id, item); });
     return true;
 }
 
-// The lock is taken here and not only once a channel: a nested window that waits for the user has let go of
-// it.
+// The write lock is taken for each item and not only once a channel: a nested window that waits for the user
+// has given it up.
 bool CDBUpdate::IsKnown(std::int32_t channel_id, const ClsItem& item) {
     const bool by_link = !item.Link().empty();
-    auto& command = Required(by_link ? search_by_link_ : search_full_);
+    auto& command = HandedOver(by_link ? search_by_link_ : search_full_);
     command["Channel"].value = channel_id;
     if (by_link) {
         command["Link"].value = item.Link();
@@ -79,7 +79,7 @@ bool CDBUpdate::IsKnown(std::int32_t channel_id, const ClsItem& item) {
 }
 
 void CDBUpdate::AddItem(std::int32_t channel_id, const ClsItem& item) {
-    auto& command = Required(add_item_);
+    auto& command = HandedOver(add_item_);
     command["Title"].value = StoredTitle(item);
     SetDescription(command, item);
     command["Link"].value = item.Link();
@@ -90,7 +90,7 @@ void CDBUpdate::AddItem(std::int32_t channel_id, const ClsItem& item) {
 }
 
 void CDBUpdate::RefreshChannelRow() {
-    auto& row = Required(channels_);
+    auto& row = HandedOver(channels_);
     const auto& feed = *loader_;
     row.Value("Description", feed.Description());
     row.Value("Copyright", Left(feed.Copyright(), kCopyrightLimit));

@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "feeds/channel.h"
+#include "handed_over.h"
 #include "infra/error_handler.h"
 #include "infra/errors_to_file.h"
 #include "infra/process_objects.h"
-#include "required.h"
 
 namespace pellago {
 namespace {
@@ -26,7 +26,7 @@ std::function<Decision()> LogAndGoOn(const char* routine) {
 }
 
 std::string NameOf(const std::shared_ptr<Recordset>& recordset, std::string_view field) {
-    const auto name = Required(recordset).Value(field);
+    const auto name = HandedOver(recordset).Value(field);
     return IsNull(name) ? "<no name>" : CStr(name);
 }
 
@@ -35,7 +35,7 @@ std::string AddressOf(Recordset& channels) {
     return IsNull(address) ? std::string() : CStr(address);
 }
 
-/// What `rows` shows under a filter, without moving it.
+/// Another recordset with the rows that `rows` would show under a filter; `rows` stays where it is.
 std::unique_ptr<Recordset> SameRows(const Recordset& rows, const std::string& filter) {
     auto same = std::make_unique<Recordset>(rows.ActiveConnection(), rows.Source());
     same->Open();
@@ -46,18 +46,18 @@ std::unique_ptr<Recordset> SameRows(const Recordset& rows, const std::string& fi
 
 /// Whether there is a row to go on with. A recordset that fails has none, so that no walk can go on for ever.
 bool HasRow(Statements& run, const std::shared_ptr<Recordset>& recordset) {
-    return run([&] { return !Required(recordset).Eof(); });
+    return run([&] { return !HandedOver(recordset).Eof(); });
 }
 
 bool MoveNext(Statements& run, const std::shared_ptr<Recordset>& recordset) {
     return run([&] {
-        Required(recordset).MoveNext();
+        HandedOver(recordset).MoveNext();
         return true;
     });
 }
 
-/// Commits at the end of a scope that may be left by an abort: what has been stored stays. What cannot be
-/// committed is given up, so that the lock is free.
+/// Commits at the end of a scope that may be left by an abort: what has been stored stays. Writes that cannot
+/// be committed are rolled back, so that the write lock is free.
 class CommitAtEnd final {
 public:
     explicit CommitAtEnd(Connection& connection) : connection_(connection) {}
@@ -75,10 +75,8 @@ private:
 };
 
 void OpenIfClosed(const std::shared_ptr<Recordset>& recordset) {
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            if (!Required(recordset).IsOpen()) recordset->Open();
-        });
+    Try([&] {
+        if (!HandedOver(recordset).IsOpen()) recordset->Open();
     });
 }
 
@@ -122,8 +120,8 @@ void CDBUpdate::Update() {
         });
         run([&] { Cancel(false); });
         run([&] { OpenSession(); });
-        if (only_active_) run([&] { Required(providers_).Filter("Active = True"); });
-        const auto count = run([&] { return Required(providers_).RecordCount(); });
+        if (only_active_) run([&] { HandedOver(providers_).Filter("Active = True"); });
+        const auto count = run([&] { return HandedOver(providers_).RecordCount(); });
         if (count == 0)
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         else
@@ -133,15 +131,16 @@ void CDBUpdate::Update() {
     });
 }
 
-// What cannot be read here is fetched when its turn has come, and fails there if it must.
+// Addresses that cannot be read here are read again when their channel's turn has come, which fails then if
+// it must.
 void CDBUpdate::ReadAhead() {
     IgnoringErrors([&](Statements& run) {
         std::vector<std::string> addresses;
         run([&] {
-            const auto providers = SameRows(Required(providers_), providers_->Filter());
+            const auto providers = SameRows(HandedOver(providers_), providers_->Filter());
             for (; !providers->Eof(); providers->MoveNext()) {
                 const auto channels =
-                    SameRows(Required(channels_), ChannelFilter(CLng(providers->Value("ID"))));
+                    SameRows(HandedOver(channels_), ChannelFilter(CLng(providers->Value("ID"))));
                 for (; !channels->Eof(); channels->MoveNext()) addresses.push_back(AddressOf(*channels));
             }
         });
@@ -155,10 +154,10 @@ std::string CDBUpdate::ChannelFilter(std::int32_t provider_id) const {
 
 void CDBUpdate::WalkProviders(Statements& run, std::int32_t count) {
     ReadAhead();
-    run([&] { Required(providers_).MoveFirst(); });
+    run([&] { HandedOver(providers_).MoveFirst(); });
     for (std::int32_t index = 1; HasRow(run, providers_); ++index) {
         run([&] { events_.OnProvider(NameOf(providers_, "Provider"), index, count); });
-        run([&] { UpdateProvider(CLng(Required(providers_).Value("ID"))); });
+        run([&] { UpdateProvider(CLng(HandedOver(providers_).Value("ID"))); });
         const bool moved = MoveNext(run, providers_);
         if (cancel_) {
             run([&] { events_.OnStatusText("Download cancelled"); });
@@ -173,13 +172,13 @@ void CDBUpdate::UpdateOnlyOneProvider(std::int32_t provider_id) {
     RunStatements(LogAndGoOn("CDBUpdate_UpdateOnlyOneProvider"), [&](Statements& run) {
         run([&] { Cancel(false); });
         run([&] { OpenSession(); });
-        run([&] { Required(providers_).Filter("ID = " + std::to_string(provider_id)); });
-        if (run([&] { return Required(providers_).RecordCount(); }) == 0) {
+        run([&] { HandedOver(providers_).Filter("ID = " + std::to_string(provider_id)); });
+        if (run([&] { return HandedOver(providers_).RecordCount(); }) == 0) {
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         } else {
             ReadAhead();
             run([&] { events_.OnProvider(NameOf(providers_, "Provider"), 1, 1); });
-            run([&] { UpdateProvider(CLng(Required(providers_).Value("ID"))); });
+            run([&] { UpdateProvider(CLng(HandedOver(providers_).Value("ID"))); });
         }
         run([&] { CloseSession(); });
     });
@@ -187,10 +186,10 @@ void CDBUpdate::UpdateOnlyOneProvider(std::int32_t provider_id) {
 
 void CDBUpdate::UpdateProvider(std::int32_t provider_id) {
     Guarded("Corvane.CDBUpdate.UpdateProvider", [&](Statements& run) {
-        run([&] { Required(channels_).Filter(ChannelFilter(provider_id)); });
-        const auto count = run([&] { return Required(channels_).RecordCount(); });
+        run([&] { HandedOver(channels_).Filter(ChannelFilter(provider_id)); });
+        const auto count = run([&] { return HandedOver(channels_).RecordCount(); });
         if (count == 0) return;
-        run([&] { Required(channels_).MoveFirst(); });
+        run([&] { HandedOver(channels_).MoveFirst(); });
         for (std::int32_t index = 1; HasRow(run, channels_); ++index) {
             UpdateChannel(run, RunKind::kProvider, index, count);
             if (!MoveNext(run, channels_) || cancel_) return;
@@ -202,8 +201,8 @@ void CDBUpdate::UpdateOnlyOneChannel(std::int32_t channel_id) {
     Guarded("Corvane.CDBUpdate.UpdateOnlyOneChannel", [&](Statements& run) {
         run([&] { Cancel(false); });
         run([&] { OpenSession(); });
-        run([&] { Required(channels_).Filter("ID = " + std::to_string(channel_id)); });
-        if (run([&] { return Required(channels_).RecordCount(); }) == 0)
+        run([&] { HandedOver(channels_).Filter("ID = " + std::to_string(channel_id)); });
+        if (run([&] { return HandedOver(channels_).RecordCount(); }) == 0)
             run([&] { WriteDownloadLog(0, result_code::kNothingToDo, false, 0, 0); });
         else
             UpdateChannel(run, RunKind::kOneChannel, 1, 1);
@@ -213,8 +212,8 @@ void CDBUpdate::UpdateOnlyOneChannel(std::int32_t channel_id) {
 
 void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index, std::int32_t count) {
     const auto name = run([&] { return NameOf(channels_, "Channel"); });
-    const auto id = run([&] { return CLng(Required(channels_).Value("ID")); });
-    const auto address = run([&] { return AddressOf(Required(channels_)); });
+    const auto id = run([&] { return CLng(HandedOver(channels_).Value("ID")); });
+    const auto address = run([&] { return AddressOf(HandedOver(channels_)); });
     run([&] { events_.OnChannel(name, index, count); });
     if (kind == RunKind::kProvider) {
         run([&] { events_.OnItemProgress(0); });
@@ -234,7 +233,7 @@ void CDBUpdate::UpdateChannel(Statements& run, RunKind kind, std::int32_t index,
 // All that a feed changes is written under one lock, which is free again before the owner hears of the
 // channel's end and before the next feed is waited for.
 void CDBUpdate::KeepFeed(Statements& run, std::int32_t channel_id) {
-    const auto connection = run([&] { return Required(log_).ActiveConnection(); });
+    const auto connection = run([&] { return HandedOver(log_).ActiveConnection(); });
     if (!connection) return;
     const CommitAtEnd commit_at_end(*connection);
     run([&] { connection->BeginWrites(); });
@@ -245,24 +244,24 @@ void CDBUpdate::KeepFeed(Statements& run, std::int32_t channel_id) {
 }
 
 void CDBUpdate::OpenSession() {
-    auto& sessions = Required(sessions_);
+    auto& sessions = HandedOver(sessions_);
     sessions.AddNew();
     sessions.Value("StartTime", Now());
     sessions.Update();
 }
 
 void CDBUpdate::CloseSession() {
-    auto& sessions = Required(sessions_);
+    auto& sessions = HandedOver(sessions_);
     sessions.Value("EndTime", Now());
     sessions.Update();
 }
 
 void CDBUpdate::WriteDownloadLog(std::int32_t channel_id, std::int32_t result, bool error,
                                  std::int32_t new_items, std::int32_t updated_items) {
-    auto& log = Required(log_);
+    auto& log = HandedOver(log_);
     log.ActiveConnection()->ClearErrors();
     log.AddNew();
-    log.Value("Session", Required(sessions_).Value("ID"));
+    log.Value("Session", HandedOver(sessions_).Value("ID"));
     log.Value("Channel", channel_id);
     log.Value("Result", result);
     log.Value("Error", error);
@@ -272,8 +271,8 @@ void CDBUpdate::WriteDownloadLog(std::int32_t channel_id, std::int32_t result, b
     log.Update();
 }
 
-void CDBUpdate::iTimer_Fire(std::int32_t lElapsedMS) {
-    events_.OnTimer(CLng(static_cast<double>(lElapsedMS) / 1000));
+void CDBUpdate::iTimer_Fire(std::int32_t elapsed_ms) {
+    events_.OnTimer(CLng(static_cast<double>(elapsed_ms) / 1000));
 }
 
 }  // namespace pellago

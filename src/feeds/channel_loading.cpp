@@ -85,18 +85,16 @@ void clsChannel::StartTimer() {
 
 void clsChannel::ParseDocument(const XmlDocument& document) {
     items_.Clear();
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            const auto root = document.DocumentElement();
-            const auto format = UCase(root->BaseName());
-            if (format == "RDF") ParseRDF(*root);
-            if (format == "RSS") ParseRSS(*root);
-            if (format == "FEED") ParseAtom(*root);
-        });
+    Try([&] {
+        const auto root = document.DocumentElement();
+        const auto format = UCase(root->BaseName());
+        if (format == "RDF") ParseRDF(*root);
+        if (format == "RSS") ParseRSS(*root);
+        if (format == "FEED") ParseAtom(*root);
     });
 }
 
-void clsChannel::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
+void clsChannel::iTimer_Fire(std::int32_t /*elapsed_ms*/) {
     if (document_ && document_->ReadyState() == ReadyState::kLoading) {
         document_->Abort();
         load_cancelled_ = true;

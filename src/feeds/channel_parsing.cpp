@@ -1,7 +1,7 @@
+#include "feed_fields.h"
 #include "feeds/channel.h"
 #include "feeds/rss_date_time.h"
 #include "infra/errors_to_file.h"
-#include "value_reading.h"
 
 namespace pellago {
 
@@ -29,14 +29,14 @@ void clsChannel::ParseAtom(const XmlNode& root) {
 }
 
 void clsChannel::ReadFields(const XmlNode& channel, const Paths& paths) {
-    ReadValue(channel, "title", title_);
-    ReadValue(channel, "copyright", copyright_);
-    ReadValue(channel, paths.link, link_);
-    ReadValue(channel, paths.description, description_);
-    ReadValue(channel, paths.last_build_date, last_build_date_);
-    ReadValue(channel, "image/link", image_link_);
-    ReadValue(channel, "image/title", image_title_);
-    ReadValue(channel, "image/url", image_url_);
+    ReadField(channel, "title", title_);
+    ReadField(channel, "copyright", copyright_);
+    ReadField(channel, paths.link, link_);
+    ReadField(channel, paths.description, description_);
+    ReadField(channel, paths.last_build_date, last_build_date_);
+    ReadField(channel, "image/link", image_link_);
+    ReadField(channel, "image/title", image_title_);
+    ReadField(channel, "image/url", image_url_);
 }
 
 void clsChannel::ReadItems(const XmlNode& parent, const char* name, ItemLoader loader) {

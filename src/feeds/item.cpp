@@ -1,10 +1,10 @@
 #include "feeds/item.h"
 
+#include "feed_fields.h"
 #include "feeds/rss_date_time.h"
 #include "infra/errors_to_file.h"
 #include "infra/process_objects.h"
 #include "platform/system/message_box.h"
-#include "value_reading.h"
 
 namespace pellago {
 
@@ -29,11 +29,11 @@ void ClsItem::LoadAtomItem(const XmlNode& element) {
 }
 
 void ClsItem::ReadFields(const XmlNode& element, const Paths& paths) {
-    ReadValue(element, paths.title, title_);
-    ReadValue(element, paths.link, link_);
-    ReadValue(element, paths.description, description_);
-    ReadValue(element, paths.pub_date, pub_date_);
-    ReadValue(element, paths.guid, guid_);
+    ReadField(element, paths.title, title_);
+    ReadField(element, paths.link, link_);
+    ReadField(element, paths.description, description_);
+    ReadField(element, paths.pub_date, pub_date_);
+    ReadField(element, paths.guid, guid_);
 }
 
 void ClsItem::SetDate(bool tell_user) {

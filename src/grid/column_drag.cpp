@@ -21,7 +21,7 @@ std::optional<DraggedColumn> ColumnDrag::In(const QMimeData* offered, const QWid
 void DragColumn(QWidget* source, const QWidget* grid, const DraggedColumn& dragged, const QPixmap& picture,
                 QPoint hot_spot) {
     auto* drag = new QDrag(source);  // owned by the desktop's drag manager, which deletes it after the drag
-    // As the source's child it would be deleted with it, in the middle of exec().
+    // As a child of `source` the drag would be deleted with it, in the middle of exec().
     drag->setParent(QCoreApplication::instance());
     drag->setMimeData(new ColumnDrag(grid, dragged));  // owned by the drag
     drag->setPixmap(picture);

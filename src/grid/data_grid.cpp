@@ -22,7 +22,7 @@
 namespace pellago {
 namespace {
 
-constexpr int kMoved = -1;  ///< no column
+constexpr int kMoved = -1;  ///< stands where a column was that is being moved
 
 }  // namespace
 
@@ -107,7 +107,7 @@ void DataGrid::Col(int column) {
     column_ = column;
     const auto current = table_->currentIndex();
     if (!current.isValid() || column < 0) return;
-    // The rows stay where they are.
+    // The rows do not scroll.
     const bool scrolls = table_->hasAutoScroll();
     table_->setAutoScroll(false);
     table_->selectionModel()->setCurrentIndex(current.siblingAtColumn(column), QItemSelectionModel::NoUpdate);
@@ -151,7 +151,7 @@ void DataGrid::GroupColumns(std::vector<int> columns) {
 
 void DataGrid::Place(int column, int place) {
     auto columns = group_columns_;
-    // It leaves its old place last: `place` was counted with it.
+    // The column leaves its old place last: `place` was counted while it stood there.
     std::replace(columns.begin(), columns.end(), column, kMoved);
     columns.insert(columns.begin() + std::min(place, static_cast<int>(columns.size())), column);
     std::erase(columns, kMoved);
@@ -167,7 +167,7 @@ void DataGrid::Remove(int column) {
 void DataGrid::Regroup(std::vector<int> columns) {
     if (columns == group_columns_) return;
     GroupColumns(std::move(columns));
-    // A drag has ended by then.
+    // From the event loop: a drag that led here has ended by then.
     QTimer::singleShot(0, this, [this]() noexcept {
         const auto handler = group_changed_;
         if (handler) RunHandler(handler);
@@ -213,7 +213,7 @@ void DataGrid::Drag(QWidget* source, const DraggedColumn& dragged, const QPixmap
     if (self) dragging_ = false;
 }
 
-// The desktop would go on with the drag of a window that is no longer there.
+// A drag that is under way ends with its window; the desktop would go on with it.
 void DataGrid::hideEvent(QHideEvent* event) {
     if (!event->spontaneous() && std::exchange(dragging_, false)) QDrag::cancel();
     QWidget::hideEvent(event);

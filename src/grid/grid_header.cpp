@@ -55,7 +55,7 @@ void GridHeader::PlaceCells() {
     }
 }
 
-// The places where the base class resizes a section.
+// True where a press makes the base class resize a section.
 bool GridHeader::IsAtBorder(int x) const {
     const int section = logicalIndexAt(x);
     if (section < 0) return true;

@@ -20,7 +20,7 @@ public:
     /// Called with the column under the mouse, or -1 where the menu was asked for by a key.
     void OnMenu(std::function<void(int column, QPoint position)> handler) { menu_ = std::move(handler); }
 
-    /// Would read all rows.
+    /// Does nothing: Qt's own search by typing would read all rows.
     void keyboardSearch(const QString& /*search*/) override {}
 
 protected:

@@ -54,7 +54,7 @@ void GroupArea::Columns(const std::vector<int>& columns) {
     update();
 }
 
-// To the chip that takes the place of one that goes, else to the last one.
+// The focus of a chip that goes passes to the chip that takes its place, else to the last one.
 void GroupArea::PassFocusOn(GroupChip* from, const std::vector<GroupChip*>& before) {
     if (chips_.empty()) return;
     const auto place = std::find(before.begin(), before.end(), from) - before.begin();
@@ -63,12 +63,14 @@ void GroupArea::PassFocusOn(GroupChip* from, const std::vector<GroupChip*>& befo
     heir->setFocus();
 }
 
-// Among themselves: with all chips made before them, the widgets of the rest of the window keep their places.
+// Orders the chips among themselves alone: all of them are made before the window's other widgets, which so
+// keep their places in the order of tabs.
 void GroupArea::OrderTabs() {
     for (std::size_t place = 1; place < chips_.size(); ++place) setTabOrder(chips_[place - 1], chips_[place]);
 }
 
-// Side by side at their natural widths; where that is too wide, all the same part narrower.
+// The chips stand side by side at their natural widths; where these are too wide in sum, each is narrower by
+// the same share.
 void GroupArea::LayOut() {
     const auto inside = contentsRect().adjusted(kMargin, kMargin, -kMargin, -kMargin);
     const int count = static_cast<int>(chips_.size());

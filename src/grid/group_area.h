@@ -39,7 +39,7 @@ private:
 
     GroupRequests requests_;
     QWidget* grid_;
-    std::vector<GroupChip*> all_chips_;  ///< one for each column; those that are not shown wait
+    std::vector<GroupChip*> all_chips_;  ///< one for each column; whether it is shown or not
     std::vector<GroupChip*> chips_;      ///< those shown, in their order
     std::optional<int> mark_;            ///< where a column that is dragged here would be put
 };

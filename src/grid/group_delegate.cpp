@@ -89,7 +89,7 @@ void GroupDelegate::PaintText(QPainter& painter, const QStyleOptionViewItem& row
 
 QSize GroupDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
     auto size = QStyledItemDelegate::sizeHint(option, index);
-    // A group's text is not its column's.
+    // The text of a group's row does not belong to the column it stands in.
     if (index.data(kGroupLevelRole).isValid())
         size.setWidth(0);
     else if (index.column() == 0)

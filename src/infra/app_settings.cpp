@@ -11,7 +11,7 @@ namespace {
 
 constexpr ComponentErrors kErrors("CAppSettings", 17021, 17028);
 
-// The three operations name their source in the singular.
+// Errors of DeleteSetting, GetAllKeys and SaveSetting name their source in the singular.
 constexpr const char* kOperationSource = "CAppSetting";
 
 constexpr std::int32_t kInvalidAppName = 17021;
@@ -56,47 +56,45 @@ void CAppSettings::Init(const std::string& company_name, const std::string& app_
     AppName(app_name);
 }
 
-void CAppSettings::DeleteSetting(const std::string& Section, const std::string& KeyName) {
+void CAppSettings::DeleteSetting(const std::string& section, const std::string& key_name) {
     kErrors.Run([&] {
-        const auto result = KeyName.empty() ? RegDeleteKey(root_key_, KeyPath(Section))
-                                            : RegDeleteValue(root_key_, KeyPath(Section), KeyName);
+        const auto result = key_name.empty() ? RegDeleteKey(root_key_, KeyPath(section))
+                                             : RegDeleteValue(root_key_, KeyPath(section), key_name);
         if (result != RegResult::kSuccess)
             kErrors.Raise(kFailedDeleting, "Failed deleting the application setting", kOperationSource);
     });
 }
 
-std::vector<std::string> CAppSettings::GetAllKeys(const std::string& Section) const {
+std::vector<std::string> CAppSettings::GetAllKeys(const std::string& section) const {
     return kErrors.Run([&] {
-        auto names = RegEnumValues(root_key_, KeyPath(Section));
+        auto names = RegEnumValues(root_key_, KeyPath(section));
         if (!names)
             kErrors.Raise(kFailedGettingAllKeys, "Failed getting all the application keys", kOperationSource);
         return *std::move(names);
     });
 }
 
-Variant CAppSettings::GetSetting(const std::string& Section, const std::string& KeyName,
-                                 const Variant& Default) const {
-    Variant result = Default;
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            const auto value = RegQueryValueEx(root_key_, KeyPath(Section), KeyName);
-            if (!value) return;
-            if (auto text = value->Text())
-                result = *std::move(text);
-            else if (const auto number = value->Number())
-                result = *number;
-        });
+Variant CAppSettings::GetSetting(const std::string& section, const std::string& key_name,
+                                 const Variant& default_value) const {
+    Variant result = default_value;
+    Try([&] {
+        const auto value = RegQueryValueEx(root_key_, KeyPath(section), key_name);
+        if (!value) return;
+        if (auto text = value->Text())
+            result = *std::move(text);
+        else if (const auto number = value->Number())
+            result = *number;
     });
     return result;
 }
 
-void CAppSettings::SaveSetting(const std::string& Section, const std::string& KeyName,
-                               const Variant& Setting) {
+void CAppSettings::SaveSetting(const std::string& section, const std::string& key_name,
+                               const Variant& setting) {
     kErrors.Run([&] {
-        const auto path = KeyPath(Section);
+        const auto path = KeyPath(section);
         auto result = RegCreateKeyEx(root_key_, path);
         if (result == RegResult::kSuccess)
-            result = RegSetValueEx(root_key_, path, KeyName, ToRegistry(Setting));
+            result = RegSetValueEx(root_key_, path, key_name, ToRegistry(setting));
         if (result != RegResult::kSuccess)
             kErrors.Raise(kFailedSaving, "Failed saving the application setting", kOperationSource);
     });

@@ -113,11 +113,11 @@ void CErrorHandler::CallStackClear() {
     parameters_.clear();
 }
 
-void CErrorHandler::CallStackPush(const std::string& Procedure, const std::string& Data) {
+void CErrorHandler::CallStackPush(const std::string& procedure, const std::string& data) {
     kErrors.Run([&] {
-        routines_.push_back(Procedure);
-        parameters_.push_back(Data);
-        Trace("Entered routine: " + Procedure);
+        routines_.push_back(procedure);
+        parameters_.push_back(data);
+        Trace("Entered routine: " + procedure);
     });
 }
 
@@ -130,19 +130,19 @@ void CErrorHandler::CallStackPop() {
     });
 }
 
-void CErrorHandler::Clear(bool ClearLogFile, bool ClearTracingLogFile) {
-    if (ClearLogFile) unlink(error_log_file_.c_str());
-    if (ClearTracingLogFile) unlink(tracing_log_file_.c_str());
+void CErrorHandler::Clear(bool clear_log_file, bool clear_tracing_log_file) {
+    if (clear_log_file) unlink(error_log_file_.c_str());
+    if (clear_tracing_log_file) unlink(tracing_log_file_.c_str());
 }
 
-std::int32_t CErrorHandler::HandleError(const std::string& Procedure) {
+std::int32_t CErrorHandler::HandleError(const std::string& procedure) {
     // First of all: what follows may fail in its own right, and then another error is the current one.
     error_description_ = Err().description;
     error_number_ = Err().number;
     error_line_ = Err().line;
     return kErrors.Run([&] {
-        const bool name_top = Procedure.empty() && call_stack_enabled_ && !routines_.empty();
-        const auto routine = name_top ? routines_.back() : Procedure;
+        const bool name_top = procedure.empty() && call_stack_enabled_ && !routines_.empty();
+        const auto routine = name_top ? routines_.back() : procedure;
         const auto report = Report(routine.empty() ? "Unknown" : routine);
         std::int32_t result = 0;
         if (actions_ & kErrorLog) AppendLine(error_log_file_, report);

@@ -12,11 +12,9 @@ namespace pellago {
 bool gErrorsToFile = false;
 
 void WriteErrorsLog(std::string_view message) {
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            AppendLine(JoinPath(ProgramFolder(), "ErrorsLog.txt"),
-                       "Pellago:\t" + DefaultText(Now()) + "\t" + std::string(message));
-        });
+    Try([&] {
+        AppendLine(JoinPath(ProgramFolder(), "ErrorsLog.txt"),
+                   "Pellago:\t" + DefaultText(Now()) + "\t" + std::string(message));
     });
 }
 

@@ -40,12 +40,10 @@ bool IsSizable(const PlacedForm& form) {
 
 /// Text that is no number counts as 0.
 std::int32_t ToNumber(const Variant& value) {
-    std::int32_t number = 0;
-    IgnoringErrors([&](Statements& run) { run([&] { number = CLng(value); }); });
-    return number;
+    return Try([&] { return CLng(value); });
 }
 
-/// Half of it, halves to even.
+/// Half of a number, halves to even.
 std::int64_t Half(std::int64_t number) { return LongFromDouble(static_cast<double>(number) / 2); }
 
 /// Stored numbers may be anything; a sum of two must not wrap.
@@ -86,24 +84,24 @@ void CFormRestore::Init(CAppSettings* settings, bool centered_by_default) {
     CenteredByDefault(centered_by_default);
 }
 
-void CFormRestore::GetPosition(PlacedForm& Form) const {
+void CFormRestore::GetPosition(PlacedForm& form) const {
     kErrors.Run([&] {
         CheckInitialized(settings_);
-        const auto stored = settings_->GetSetting(SectionOf(Form), kWindowState, kNothingStored);
+        const auto stored = settings_->GetSetting(SectionOf(form), kWindowState, kNothingStored);
         const auto command = ToNumber(stored);
         if (command >= 0)
-            Restore(Form, command);
+            Restore(form, command);
         else if (centered_by_default_)
-            Center(Form);
+            Center(form);
     });
 }
 
-void CFormRestore::SavePosition(const PlacedForm& Form) const {
+void CFormRestore::SavePosition(const PlacedForm& form) const {
     kErrors.Run([&] {
         CheckInitialized(settings_);
-        const auto placement = Form.Placement();
+        const auto placement = form.Placement();
         if (!placement) return;
-        const auto section = SectionOf(Form);
+        const auto section = SectionOf(form);
         for (const auto& [name, number] : {std::pair{kWindowState, placement->show_command},
                                            {"MinPosX", placement->minimized.x},
                                            {"MinPosY", placement->minimized.y},

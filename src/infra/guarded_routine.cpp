@@ -25,4 +25,6 @@ Decision AskHandler() {
     return decision;
 }
 
+Decision RaiseCurrent() { throw RunTimeError(Err().number, Err().source, Err().description); }
+
 }  // namespace pellago::guarded_routine

@@ -85,57 +85,58 @@ std::string DefaultVerb(const std::string& path) {
 
 }  // namespace
 
-void CShell::CreateNewMailMessage(const std::string& RecipientAddress, const std::string& CCRecipientAddress,
-                                  const std::string& Subject, const std::string& Body) const {
+void CShell::CreateNewMailMessage(const std::string& recipient_address,
+                                  const std::string& cc_recipient_address, const std::string& subject,
+                                  const std::string& body) const {
     kErrors.Run([&] {
-        auto link = "mailto:" + RecipientAddress;
+        auto link = "mailto:" + recipient_address;
         char separator = '?';
         const auto add = [&](const char* header, const std::string& value) {
             if (value.empty()) return;
             link += separator + (header + value);
             separator = '&';
         };
-        add("subject=", Subject);
-        add("cc=", CCRecipientAddress);
-        add("body=", Body);
+        add("subject=", subject);
+        add("cc=", cc_recipient_address);
+        add("body=", body);
         OpenUrl(link);
     });
 }
 
-void CShell::ExploreFolder(const std::string& FolderName) const {
-    kErrors.Run([&] { Check(ShellOpen("explore", FolderName, "")); });
+void CShell::ExploreFolder(const std::string& folder_name) const {
+    kErrors.Run([&] { Check(ShellOpen("explore", folder_name, "")); });
 }
 
-void CShell::LaunchProgram(const std::string& PathFileName, const std::string& Parameters, bool WaitToFinish,
-                           const std::string& StartDirectory) const {
+void CShell::LaunchProgram(const std::string& path_file_name, const std::string& parameters,
+                           bool wait_to_finish, const std::string& start_directory) const {
     kErrors.Run([&] {
-        RequireFile(PathFileName);
-        if (!WaitToFinish)
-            Check(ShellExecute("open", PathFileName, Parameters, FolderOf(PathFileName)));
-        else if (!CreateProcessAndWait(PathFileName, Parameters, StartDirectory))
+        RequireFile(path_file_name);
+        if (!wait_to_finish)
+            Check(ShellExecute("open", path_file_name, parameters, FolderOf(path_file_name)));
+        else if (!CreateProcessAndWait(path_file_name, parameters, start_directory))
             kErrors.Raise(kCannotCreateProcess, "Cannot create process");
     });
 }
 
-void CShell::OpenDocument(const std::string& PathFileName) const {
+void CShell::OpenDocument(const std::string& path_file_name) const {
     kErrors.Run([&] {
-        RequireFile(PathFileName);
-        Check(ShellOpen(DefaultVerb(PathFileName), PathFileName, FolderOf(PathFileName)));
+        RequireFile(path_file_name);
+        Check(ShellOpen(DefaultVerb(path_file_name), path_file_name, FolderOf(path_file_name)));
     });
 }
 
-void CShell::OpenFolder(const std::string& FolderName) const {
-    kErrors.Run([&] { Check(ShellOpen("open", FolderName, "")); });
+void CShell::OpenFolder(const std::string& folder_name) const {
+    kErrors.Run([&] { Check(ShellOpen("open", folder_name, "")); });
 }
 
-void CShell::OpenUrl(const std::string& Url) const {
-    kErrors.Run([&] { CheckLink(ShellOpen("open", Url, "")); });
+void CShell::OpenUrl(const std::string& url) const {
+    kErrors.Run([&] { CheckLink(ShellOpen("open", url, "")); });
 }
 
-void CShell::ShowProperties(const std::string& PathFileName, std::int32_t /*HWndOwner*/) const {
+void CShell::ShowProperties(const std::string& path_file_name, std::int32_t /*hwnd_owner*/) const {
     kErrors.Run([&] {
-        RequireFile(PathFileName);
-        if (ShellShowProperties(PathFileName) < shell_result::kSuccess)
+        RequireFile(path_file_name);
+        if (ShellShowProperties(path_file_name) < shell_result::kSuccess)
             kErrors.Raise(kCannotShowProperties, "Cannot show properties");
     });
 }

@@ -8,9 +8,7 @@
 namespace pellago {
 namespace {
 
-constexpr std::int32_t kEveryMessage = -1;
 constexpr std::int32_t kFreeSlot = -1;
-constexpr std::int32_t kBefore = 1;
 
 }  // namespace
 
@@ -51,8 +49,8 @@ struct cSubclass::Lists {
     Messages after;
 };
 
-/// What takes the place of one window's procedure. It may outlive its cSubclass: in a message that is on its
-/// way, or as the previous procedure of another one.
+/// The procedure that takes the place of a window's own. It may outlive its cSubclass: in a message that is
+/// on its way, or as the previous procedure of another cSubclass.
 struct cSubclass::Hook {
     std::int32_t window;
     WindowProcedure previous;
@@ -60,18 +58,19 @@ struct cSubclass::Hook {
     iSubclass* owner;
     std::weak_ptr<const bool> owner_alive;
 
-    std::int32_t Procedure(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam) {
+    std::int32_t Procedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                           std::int32_t l_param) {
         bool handled = false;
         std::int32_t result = 0;
-        if (lists && lists->before.Show(uMsg)) {
+        if (lists && lists->before.Show(message)) {
             if (owner_alive.expired()) return PutBack();
-            owner->iSubclass_Before(handled, result, hwnd, uMsg, wParam, lParam);
+            owner->iSubclass_Before(handled, result, hwnd, message, w_param, l_param);
         }
         if (handled) return result;
-        result = previous(hwnd, uMsg, wParam, lParam);
-        if (lists && lists->after.Show(uMsg)) {
+        result = previous(hwnd, message, w_param, l_param);
+        if (lists && lists->after.Show(message)) {
             if (owner_alive.expired()) return PutBack();
-            owner->iSubclass_After(result, hwnd, uMsg, wParam, lParam);
+            owner->iSubclass_After(result, hwnd, message, w_param, l_param);
         }
         return result;
     }
@@ -91,29 +90,29 @@ cSubclass::cSubclass() : lists_(std::make_shared<Lists>()) {}
 
 cSubclass::~cSubclass() { UnSubclass(); }
 
-cSubclass::Messages& cSubclass::ListFor(std::int32_t When) const {
-    return When == kBefore ? lists_->before : lists_->after;
+cSubclass::Messages& cSubclass::ListFor(std::int32_t when) const {
+    return when == show_message::kBefore ? lists_->before : lists_->after;
 }
 
-void cSubclass::AddMsg(std::int32_t uMsg, std::int32_t When) { ListFor(When).Add(uMsg); }
+void cSubclass::AddMsg(std::int32_t message, std::int32_t when) { ListFor(when).Add(message); }
 
-void cSubclass::DelMsg(std::int32_t uMsg, std::int32_t When) { ListFor(When).Delete(uMsg); }
+void cSubclass::DelMsg(std::int32_t message, std::int32_t when) { ListFor(when).Delete(message); }
 
-std::int32_t cSubclass::CallOrigWndProc(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                        std::int32_t lParam) {
-    // Held on to, since the procedure may release this object.
+std::int32_t cSubclass::CallOrigWndProc(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                        std::int32_t l_param) {
+    // The hook is held on to, since the procedure may release this object.
     const auto hook = hook_;
-    return hook ? hook->previous(hwnd, uMsg, wParam, lParam) : 0;
+    return hook ? hook->previous(hwnd, message, w_param, l_param) : 0;
 }
 
-void cSubclass::Subclass(std::int32_t hwnd, iSubclass& Owner) {
-    const auto hook = std::make_shared<Hook>(Hook{hwnd, nullptr, lists_, &Owner, Owner.lifetime_.Watch()});
+void cSubclass::Subclass(std::int32_t hwnd, iSubclass& owner) {
+    const auto hook = std::make_shared<Hook>(Hook{hwnd, nullptr, lists_, &owner, owner.alive_flag_.Watch()});
     hook->previous = SetWindowProcedure(
-        hwnd, [hook](std::int32_t window, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam) {
-            return hook->Procedure(window, uMsg, wParam, lParam);
+        hwnd, [hook](std::int32_t window, std::int32_t message, std::int32_t w_param, std::int32_t l_param) {
+            return hook->Procedure(window, message, w_param, l_param);
         });
     if (!hook->previous) return;
-    // What stays on the window before, which may be the same one, passes everything on.
+    // The hook of the window subclassed before, which may be the same window, only passes messages on.
     if (hook_) hook_->lists.reset();
     hook_ = hook;
 }

@@ -15,9 +15,7 @@ struct cTimer::State {
     void Tick(std::uint32_t tick_count) {
         if (busy) return;
         busy = true;
-        IgnoringErrors([&](Statements& run) {
-            run([&] { owner->iTimer_Fire(static_cast<std::int32_t>(tick_count - start_tick_count)); });
-        });
+        Try([&] { owner->iTimer_Fire(static_cast<std::int32_t>(tick_count - start_tick_count)); });
         busy = false;
     }
 };
@@ -26,22 +24,22 @@ cTimer::cTimer() : state_(std::make_shared<State>()) {}
 
 cTimer::~cTimer() { KillTimer(state_->timer_id); }
 
-void cTimer::start(std::int32_t nInterval, iTimer& Owner) {
+void cTimer::start(std::int32_t interval_ms, iTimer& owner) {
     state_->start_tick_count = GetTickCount();
-    state_->owner = &Owner;
-    state_->owner_alive = Owner.lifetime_.Watch();
-    // The callback knows its own timer: one that was forgotten by a second start must end with the object
-    // too.
+    state_->owner = &owner;
+    state_->owner_alive = owner.alive_flag_.Watch();
+    // The callback knows its own timer's id: a timer that a second start has replaced must end with the
+    // object, too.
     auto own_id = std::make_shared<std::int32_t>(0);
     auto tick = [own_id, timer = std::weak_ptr(state_)](std::uint32_t tick_count) {
-        // Held on to, since the owner may release the timer while it fires.
+        // The state is held on to, since the owner may release the timer while it fires.
         const auto state = timer.lock();
         if (state && !state->owner_alive.expired())
             state->Tick(tick_count);
         else
             KillTimer(*own_id);
     };
-    IgnoringErrors([&](Statements& run) { run([&] { *own_id = SetTimer(nInterval, tick); }); });
+    *own_id = Try([&] { return SetTimer(interval_ms, tick); });
     state_->timer_id = *own_id;
 }
 

@@ -10,17 +10,17 @@ AllOrNothing::AllOrNothing(Connection& connection)
         connection_.Execute("SAVEPOINT AllOrNothing");
         return;
     }
-    connection_.CommitWrites();  // fails where somebody has still to hear that what he wrote is lost
+    connection_.CommitWrites();  // fails where an earlier writer has still to hear that his writes are lost
     connection_.BeginWrites();
 }
 
 AllOrNothing::~AllOrNothing() {
     if (is_kept_ || (is_inside_another_ && !connection_.HoldsWrites())) return;
-    IgnoringErrors([this](Statements& run) {
+    Try([this] {
         if (is_inside_another_)
-            run([this] { connection_.Execute("ROLLBACK TO AllOrNothing; RELEASE AllOrNothing"); });
+            connection_.Execute("ROLLBACK TO AllOrNothing; RELEASE AllOrNothing");
         else
-            run([this] { connection_.RollbackWrites(); });
+            connection_.RollbackWrites();
     });
 }
 

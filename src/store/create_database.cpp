@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "make_tables.h"
+#include "schema_steps.h"
 #include "store/schema.h"
 
 namespace pellago {
@@ -57,9 +57,9 @@ void CreateDatabase(const std::string& path) {
     const DraftFile draft(path);
     Connection connection;
     connection.DataSource(draft.Path());
-    MakeTables(connection);
+    TakeSchemaSteps(connection);
     connection.Close();
-    // Never in the place of a file that came there meanwhile.
+    // A file that was made at `path` meanwhile is never overwritten.
     if (renameat2(AT_FDCWD, draft.Path().c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0)
         RaiseNotMade(path, errno);
 }

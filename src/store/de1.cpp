@@ -18,7 +18,7 @@ bool Exists(const std::string& path) {
     return std::filesystem::exists(path, unknown) || unknown;
 }
 
-// The file may also have been made by another program of ours since we looked.
+// Another program of ours may make the file after this one has looked for it.
 void MakeUnlessThere(const std::string& path) {
     if (Exists(path)) return;
     try {
@@ -58,7 +58,7 @@ DE1::DE1(const std::string& database) : connection_(std::make_shared<Connection>
                 std::make_shared<Recordset>(connection_, command.text);
 }
 
-// The connection may outlive the environment, but must not call it then.
+// The connection may outlive the environment, whose routine it must not call then.
 DE1::~DE1() { connection_->OnWillConnect({}); }
 
 std::shared_ptr<Command> DE1::Commands(const std::string& name) const {

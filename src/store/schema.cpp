@@ -77,13 +77,13 @@ INSERT OR IGNORE INTO ErrorMessages (ID, Message) VALUES
     (10, 'An error occurred while the items were stored.');
 )";
 
-// For the log of one channel, newest first.
+// Indexes for the log of one channel, newest first.
 constexpr const char* kSecondSchema = R"(
 CREATE INDEX IF NOT EXISTS ChannelsChannel ON Channels (Channel);
 CREATE INDEX IF NOT EXISTS DownloadLogChannel ON DownloadLog (Channel, EventTime);
 )";
 
-/// What leads from each schema to the next; their count is the number of the present one.
+/// The statements that lead from each schema to the next; their count is the number of the present schema.
 constexpr std::array kSteps = {kFirstSchema, kSecondSchema};
 constexpr auto kSchemaNumber = static_cast<std::int32_t>(kSteps.size());
 
@@ -102,9 +102,9 @@ void RequireOurTables(Connection& connection) {
 
 }  // namespace
 
-void MakeTables(Connection& connection) {
+void TakeSchemaSteps(Connection& connection) {
     connection.BeginWrites();
-    // Another process may have done it while we waited for the lock.
+    // Another process may have taken some of the steps while this one waited for the lock.
     for (auto number = SchemaNumber(connection); number < kSchemaNumber; ++number)
         connection.Execute(kSteps.at(static_cast<std::size_t>(number)));
     connection.Execute("PRAGMA user_version = " + std::to_string(kSchemaNumber));
@@ -118,7 +118,7 @@ void UpgradeSchema(Connection& connection) {
         Raise(data_error::kNewerSchema, connection,
               "was made by a newer version of this program (its schema is number " + std::to_string(number) +
                   ", this version knows " + std::to_string(kSchemaNumber) + ").");
-    if (number < kSchemaNumber) MakeTables(connection);
+    if (number < kSchemaNumber) TakeSchemaSteps(connection);
 }
 
 }  // namespace pellago

@@ -105,7 +105,7 @@ SubscriptionList Subscriptions::All() {
     for (; !channels.Eof(); channels.MoveNext()) {
         const auto owner = channels.Value("Provider");
         const auto place = places.find(IsNull(owner) ? 0 : CLng(owner));
-        // A channel whose provider is gone is not lost.
+        // A channel whose provider is gone is listed below a provider without a name.
         auto& provider = place != places.end() ? list[place->second] : list.emplace_back();
         provider.feeds.push_back({TextOf(channels.Value("Channel"), kNoName),
                                   TextOf(channels.Value("httpRSSFile")), TextOf(channels.Value("Link")),

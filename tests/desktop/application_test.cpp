@@ -12,20 +12,20 @@
 #include "desktop/message_box.h"
 #include "platform/loop/message_loop.h"
 #include "platform/values/run_time_error.h"
+#include "recording_form.h"
 #include "support/child.h"
 #include "support/support.h"
-#include "telling_form.h"
 
 namespace pellago {
 namespace {
 
-using test::TellingForm;
+using test::RecordingForm;
 
 TEST(Application, ThatWasEndedBeforeItRanDoesNotRun) {
     EXPECT_EXIT(
         {
             Application::Quit(3);
-            TellingForm().Show(ShowMode::kModal);
+            RecordingForm().Show(ShowMode::kModal);
             _exit(Application::Run());
         },
         testing::ExitedWithCode(3), "");
@@ -41,9 +41,9 @@ TEST(Application, ThatWasEndedBeforeItRanDoesNotRun) {
 // The owner of a run hears of it in the middle of that run, once no window objects.
 TEST(Application, EndsWithTheSessionAlsoInTheMiddleOfARun) {
     const auto scene = [] {
-        TellingForm hidden;
+        RecordingForm hidden;
         hidden.Load();
-        TellingForm shown;
+        RecordingForm shown;
         shown.Show();
         bool stopped = false;
         std::string order;

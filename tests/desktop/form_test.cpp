@@ -15,21 +15,21 @@
 #include "platform/loop/message_loop.h"
 #include "platform/values/run_time_error.h"
 #include "platform/windows/window_messages.h"
+#include "recording_form.h"
 #include "support/child.h"
 #include "support/support.h"
 #include "support/thrown.h"
 #include "support/wait_until.h"
 #include "support/while_modal.h"
-#include "telling_form.h"
 
 namespace pellago {
 namespace {
 
-using test::TellingForm;
+using test::RecordingForm;
 using testing::ElementsAre;
 
 TEST(Form, GoesThroughItsLifeInOrder) {
-    TellingForm form;
+    RecordingForm form;
     EXPECT_EQ(form.hWnd(), 0);
     form.Load();
     const auto handle = form.hWnd();
@@ -54,7 +54,7 @@ TEST(Form, GoesThroughItsLifeInOrder) {
 }
 
 TEST(Form, MayRefuseToBeClosed) {
-    TellingForm form;
+    RecordingForm form;
     form.Show();
     form.Told();
     form.on_query = [](bool& cancel) { cancel = true; };
@@ -69,7 +69,7 @@ TEST(Form, MayRefuseToBeClosed) {
 }
 
 TEST(Form, IsToldWhenTheSessionEnds) {
-    TellingForm form;
+    RecordingForm form;
     form.Show();
     form.Told();
     // Refused, for the tests go on.
@@ -82,7 +82,7 @@ TEST(Form, IsToldWhenTheSessionEnds) {
 
 // While the person is asked, another program may end this one.
 TEST(Form, IsUnloadedOnceHoweverManyAskForIt) {
-    TellingForm form;
+    RecordingForm form;
     form.Show();
     form.Told();
     form.on_query = [&](bool& cancel) {
@@ -96,7 +96,7 @@ TEST(Form, IsUnloadedOnceHoweverManyAskForIt) {
 }
 
 TEST(Form, ShownModallyReturnsWhenItIsHiddenOrUnloaded) {
-    TellingForm form;
+    RecordingForm form;
     QPushButton button(&form);
     OnClick(&button, [&] { form.Tag("clicked"); });
     OnClick(&button, [&] { form.Hide(); });
@@ -115,7 +115,7 @@ TEST(Form, ShownModallyReturnsWhenItIsHiddenOrUnloaded) {
 }
 
 TEST(Form, ComingUpIsResizedOnceBeforeItIsActive) {
-    TellingForm form;
+    RecordingForm form;
     form.tell_resize = true;
     form.resize(310, 210);
     form.Show();
@@ -132,8 +132,8 @@ TEST(Form, ComingUpIsResizedOnceBeforeItIsActive) {
 }
 
 TEST(Form, ShownModallyStaysBeforeTheWindowThatWasActive) {
-    TellingForm below;
-    TellingForm form;
+    RecordingForm below;
+    RecordingForm form;
     below.Show();
     ASSERT_TRUE(test::WaitUntil([&] { return below.isActiveWindow(); }));
     const auto look = [&](QWidget&) {
@@ -152,14 +152,14 @@ TEST(Form, ShownModallyStaysBeforeTheWindowThatWasActive) {
 
 TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
     const auto destroyed_by = [](auto prepare, auto act) {
-        auto form = std::make_unique<TellingForm>();
+        auto form = std::make_unique<RecordingForm>();
         prepare(*form, [&] { form.reset(); });
         act(*form);
         EXPECT_FALSE(form);
     };
-    const auto show = [](TellingForm& form) { form.Show(); };
-    const auto show_modal = [](TellingForm& form) { form.Show(ShowMode::kModal); };
-    const auto close = [](TellingForm& form) {
+    const auto show = [](RecordingForm& form) { form.Show(); };
+    const auto show_modal = [](RecordingForm& form) { form.Show(ShowMode::kModal); };
+    const auto close = [](RecordingForm& form) {
         form.Show();
         form.close();
     };
@@ -168,7 +168,7 @@ TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
     destroyed_by([](auto& form, auto end) { form.on_unload = end; }, close);
     destroyed_by([](auto& form, auto end) { form.on_resize = end; }, show);
     destroyed_by([](auto& form, auto end) { form.on_activate = end; }, show_modal);
-    const auto restore = [](TellingForm& form) {
+    const auto restore = [](RecordingForm& form) {
         form.Show();
         form.WindowState(FormWindowState::kMinimized);
         form.WindowState(FormWindowState::kNormal);
@@ -193,7 +193,7 @@ TEST(Form, MayBeDestroyedInTheMiddleOfEverything) {
 }
 
 TEST(Form, ShowsWhatItsHandlersThrowAndGoesOn) {
-    TellingForm form;
+    RecordingForm form;
     std::vector<std::string> shown;
     UseMessageBox([&](const MessageBoxRequest& request) {
         shown.push_back(request.text);
@@ -229,7 +229,7 @@ protected:
 
 TEST_F(AFormsPlace, IsKeptFromOneStartToTheNext) {
     {
-        TellingForm form;
+        RecordingForm form;
         restore_.GetPosition(form);
         EXPECT_FALSE(form.isVisible());
         EXPECT_NEAR(form.geometry().center().x(), form.screen()->availableGeometry().center().x(), 1);
@@ -239,7 +239,7 @@ TEST_F(AFormsPlace, IsKeptFromOneStartToTheNext) {
         restore_.SavePosition(form);
     }
     for (int start = 0; start < 3; ++start) {
-        TellingForm form;
+        RecordingForm form;
         restore_.GetPosition(form);
         form.Show();
         EXPECT_EQ(form.pos(), QPoint(40, 50));
@@ -247,21 +247,21 @@ TEST_F(AFormsPlace, IsKeptFromOneStartToTheNext) {
         form.WindowState(start == 2 ? FormWindowState::kMaximized : FormWindowState::kNormal);
         restore_.SavePosition(form);
     }
-    TellingForm form;
+    RecordingForm form;
     restore_.GetPosition(form);
     form.Show();
     EXPECT_EQ(form.WindowState(), FormWindowState::kMaximized);
     form.WindowState(FormWindowState::kNormal);
     EXPECT_EQ(form.size(), QSize(320, 210));
 
-    TellingForm fixed(BorderStyle::kFixedSingle);
+    RecordingForm fixed(BorderStyle::kFixedSingle);
     restore_.GetPosition(fixed);
     EXPECT_EQ(fixed.pos(), QPoint(40, 50));
     EXPECT_EQ(fixed.size(), QSize(300, 200));
 }
 
 TEST_F(AFormsPlace, IsTakenByAVisibleFormWithItsState) {
-    TellingForm form;
+    RecordingForm form;
     form.Show();
     auto placement = *form.Placement();
     placement.normal = {60, 70, 460, 370};
@@ -286,8 +286,8 @@ TEST_F(AFormsPlace, IsBroughtBackOntoTheScreen) {
                                           {"NormalPosTop", top},
                                           {"NormalPosRight", 2147483647},
                                           {"NormalPosBottom", -2147483647}})
-            settings_.SaveSetting("Windows settings\\frmTelling", name, value);
-        TellingForm form;
+            settings_.SaveSetting("Windows settings\\frmRecording", name, value);
+        RecordingForm form;
         restore_.GetPosition(form);
         form.Show();
         EXPECT_TRUE(area.contains(form.pos())) << left << " " << top;

@@ -22,7 +22,7 @@ public:
         timer_ = std::make_unique<cTimer>();
         timer_->start(static_cast<std::int32_t>(after.count()), *this);
     }
-    void iTimer_Fire(std::int32_t /*lElapsedMS*/) override {
+    void iTimer_Fire(std::int32_t /*elapsed_ms*/) override {
         timer_.reset();
         action_();
     }

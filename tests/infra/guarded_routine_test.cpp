@@ -175,5 +175,27 @@ TEST(IgnoringErrors, RunsEveryStatementAndAsksNobody) {
     EXPECT_THAT(done, ElementsAre(0, 1));
 }
 
+TEST(Try, YieldsAnEmptyResultAndKeepsTheFailureWithItsLine) {
+    EXPECT_EQ(Try([] { return 7; }), 7);
+    Err() = {};
+    EXPECT_EQ(Try([]() -> int { Fail(); }), 0);
+    const auto line = __LINE__ - 1;
+    EXPECT_EQ(Err().line, line);
+    EXPECT_EQ(Err().description, "failed");
+}
+
+TEST(RaisingErrors, EndsAtTheFirstFailure) {
+    bool went_on = false;
+    EXPECT_THAT(
+        [&] {
+            RaisingErrors([&](Statements& run) {
+                run([] { Fail(); });
+                run([&] { went_on = true; });
+            });
+        },
+        ThrowsMessage<RunTimeError>("failed"));
+    EXPECT_FALSE(went_on);
+}
+
 }  // namespace
 }  // namespace pellago

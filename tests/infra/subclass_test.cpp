@@ -13,27 +13,26 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::int32_t kBefore = 1;
-constexpr std::int32_t kAfter = 2;
-constexpr std::int32_t kEvery = -1;
+using show_message::kAfter;
+using show_message::kBefore;
 
 using Seen = std::vector<std::string>;
 
-std::string Text(const std::string& who, std::int32_t uMsg, std::int32_t wParam) {
-    return who + " " + std::to_string(uMsg) + ":" + std::to_string(wParam);
+std::string Text(const std::string& who, std::int32_t message, std::int32_t w_param) {
+    return who + " " + std::to_string(message) + ":" + std::to_string(w_param);
 }
 
 struct Owner : iSubclass {
     explicit Owner(Seen& seen_by) : seen(seen_by) {}
-    void iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32_t&, std::int32_t& uMsg,
-                          std::int32_t& wParam, std::int32_t&) override {
-        seen.push_back(Text("before", uMsg, wParam));
-        if (before) before(bHandled, lReturn, wParam);
+    void iSubclass_Before(bool& handled, std::int32_t& answer, std::int32_t&, std::int32_t& message,
+                          std::int32_t& w_param, std::int32_t&) override {
+        seen.push_back(Text("before", message, w_param));
+        if (before) before(handled, answer, w_param);
     }
-    void iSubclass_After(std::int32_t& lReturn, std::int32_t, std::int32_t uMsg, std::int32_t wParam,
+    void iSubclass_After(std::int32_t& answer, std::int32_t, std::int32_t message, std::int32_t w_param,
                          std::int32_t) override {
-        seen.push_back(Text("after", uMsg, wParam));
-        if (after) after(lReturn);
+        seen.push_back(Text("after", message, w_param));
+        if (after) after(answer);
     }
     Seen& seen;
     std::function<void(bool&, std::int32_t&, std::int32_t&)> before;
@@ -47,9 +46,9 @@ protected:
     ~ASubclassedWindow() override { DestroyWindowHandle(window_); }
 
     /// What is seen of message 5 with wParam 7.
-    Seen Sent(std::int32_t uMsg = 5) {
+    Seen Sent(std::int32_t message = 5) {
         seen_.clear();
-        answer_ = SendMessage(window_, uMsg, 7, 0);
+        answer_ = SendMessage(window_, message, 7, 0);
         return seen_;
     }
 
@@ -57,9 +56,9 @@ protected:
     const test::EnvVar runtime_folder_{"XDG_RUNTIME_DIR", folder_.Path().string()};
     Seen seen_;
     const std::int32_t window_ =
-        CreateWindowHandle([this](std::int32_t, std::int32_t uMsg, std::int32_t wParam, std::int32_t) {
-            seen_.push_back(Text("window", uMsg, wParam));
-            return wParam * 100;
+        CreateWindowHandle([this](std::int32_t, std::int32_t message, std::int32_t w_param, std::int32_t) {
+            seen_.push_back(Text("window", message, w_param));
+            return w_param * 100;
         });
     std::int32_t answer_ = 0;
     std::optional<Owner> owner_{seen_};
@@ -70,15 +69,15 @@ TEST_F(ASubclassedWindow, ShowsItsOwnerTheListedMessagesAloneAndLetsItChangeThem
     EXPECT_THAT(Sent(), ElementsAre("window 5:7"));
     subclass_->AddMsg(5, kBefore);
     subclass_->AddMsg(5, 3);
-    owner_->before = [](bool&, std::int32_t&, std::int32_t& wParam) { ++wParam; };
-    owner_->after = [](std::int32_t& lReturn) { ++lReturn; };
+    owner_->before = [](bool&, std::int32_t&, std::int32_t& w_param) { ++w_param; };
+    owner_->after = [](std::int32_t& answer) { ++answer; };
     EXPECT_THAT(Sent(), ElementsAre("before 5:7", "window 5:8", "after 5:8"));
     EXPECT_EQ(answer_, 801);
     EXPECT_THAT(Sent(6), ElementsAre("window 6:7"));
 
-    owner_->before = [](bool& bHandled, std::int32_t& lReturn, std::int32_t&) {
-        bHandled = true;
-        lReturn = 1;
+    owner_->before = [](bool& handled, std::int32_t& answer, std::int32_t&) {
+        handled = true;
+        answer = 1;
     };
     EXPECT_THAT(Sent(), ElementsAre("before 5:7"));
     EXPECT_EQ(answer_, 1);
@@ -100,15 +99,15 @@ TEST_F(ASubclassedWindow, ListsAMessageOnceAndCountsItsListAnewOnlyWhenItGrows) 
     EXPECT_THAT(Sent(6), ElementsAre("before 6:7", "window 6:7"));
     subclass_->DelMsg(6, kBefore);
     subclass_->AddMsg(5, kAfter);
-    subclass_->AddMsg(kEvery, kAfter);
+    subclass_->AddMsg(kEveryMessage, kAfter);
     subclass_->AddMsg(5, kAfter);
     EXPECT_THAT(Sent(6), ElementsAre("window 6:7", "after 6:7"));
-    subclass_->DelMsg(kEvery, kAfter);
+    subclass_->DelMsg(kEveryMessage, kAfter);
     subclass_->AddMsg(5, kAfter);
     EXPECT_THAT(Sent(), ElementsAre("window 5:7")) << "listed, and none are shown";
     subclass_->AddMsg(8, kAfter);
     EXPECT_THAT(Sent(), ElementsAre("window 5:7", "after 5:7"));
-    subclass_->AddMsg(kEvery, kAfter);
+    subclass_->AddMsg(kEveryMessage, kAfter);
     subclass_->AddMsg(9, kAfter);
     EXPECT_THAT(Sent(6), ElementsAre("window 6:7")) << "a list that has grown is no longer every message";
 }
@@ -131,10 +130,10 @@ TEST_F(ASubclassedWindow, GetsItsProcedureBackWhenItsOwnerIsGone) {
 }
 
 TEST_F(ASubclassedWindow, SurvivesWhatItsOwnerDoesInsideAMessage) {
-    subclass_->AddMsg(kEvery, kBefore);
-    subclass_->AddMsg(kEvery, kAfter);
-    owner_->before = [this](bool&, std::int32_t&, std::int32_t& wParam) {
-        if (wParam > 0) SendMessage(window_, 6, wParam - 7, 0);
+    subclass_->AddMsg(kEveryMessage, kBefore);
+    subclass_->AddMsg(kEveryMessage, kAfter);
+    owner_->before = [this](bool&, std::int32_t&, std::int32_t& w_param) {
+        if (w_param > 0) SendMessage(window_, 6, w_param - 7, 0);
     };
     EXPECT_THAT(Sent(), ElementsAre("before 5:7", "before 6:0", "window 6:0", "after 6:0", "window 5:7",
                                     "after 5:7"));
@@ -149,11 +148,11 @@ TEST_F(ASubclassedWindow, SurvivesWhatItsOwnerDoesInsideAMessage) {
     owner_.emplace(seen_);
     subclass_.emplace();
     subclass_->Subclass(window_, *owner_);
-    subclass_->AddMsg(kEvery, kAfter);
-    owner_->after = [this](std::int32_t& lReturn) {
+    subclass_->AddMsg(kEveryMessage, kAfter);
+    owner_->after = [this](std::int32_t& answer) {
         subclass_.reset();
         DestroyWindowHandle(window_);
-        lReturn = 3;
+        answer = 3;
     };
     Sent();
     EXPECT_EQ(answer_, 3);
@@ -182,7 +181,7 @@ TEST_F(ASubclassedWindow, IsReplacedByAnotherAndLeavesInAnyOrder) {
     above.Subclass(window_, *owner_);
     subclass_->UnSubclass();
     above.UnSubclass();
-    subclass_->AddMsg(kEvery, kBefore);
+    subclass_->AddMsg(kEveryMessage, kBefore);
     EXPECT_THAT(Sent(), ElementsAre("window 5:7"));
 }
 

@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "engine/run_objects.h"
+#include "engine/update_run.h"
+#include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
 #include "store/de1.h"
+#include "store/hand_over.h"
 #include "store/schema.h"
 #include "support/http_server.h"
 #include "support/support.h"
@@ -90,7 +92,7 @@ protected:
 
     std::unique_ptr<CDBUpdate> Engine(DE1& on) {
         auto engine = std::make_unique<CDBUpdate>(events);
-        InitDBObjects([](auto&& statement) { statement(); }, *engine, on);
+        RaisingErrors([&](Statements& run) { HandOver(run, *engine, on); });
         return engine;
     }
     std::unique_ptr<CDBUpdate> Engine() { return Engine(*database); }

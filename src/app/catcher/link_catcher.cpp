@@ -30,7 +30,7 @@ constexpr const char* kSection = "Settings";
 constexpr std::int32_t kDefaultTopmost = 1;
 constexpr std::int32_t kDefaultStep = 4;
 
-// Commands of the menu; those of the opacity are its steps as well.
+// Commands of the menu; the numbers of the opacity commands are also the steps that are stored.
 constexpr std::int32_t kTopmostCommand = 1;
 constexpr std::int32_t kCloseCommand = 6;
 
@@ -45,7 +45,7 @@ constexpr std::array kSteps{OpacityStep{2, "Opacity 25%", 64}, OpacityStep{3, "O
 constexpr int kSize = 64;
 constexpr int kCornerRadius = 14;
 
-// Outside of its shape the window is painted in this colour, and not there.
+// Where the window is painted in this colour it is transparent, and lets clicks through.
 const QColor kColorKey(1, 0, 0);
 const QColor kEdge(0xF0, 0x80, 0x28);
 
@@ -59,7 +59,7 @@ std::int32_t Setting(const char* name, std::int32_t otherwise) {
     return CLng(gAppSettings->GetSetting(kSection, name, Variant(otherwise)));
 }
 
-// Without a stored place it stays where it is, and is not centred as other windows are.
+// Without a stored place the catcher stays where it is; other windows are centred then.
 void RestorePosition(PlacedForm& form) {
     auto placements = *gFormRestore;
     placements.CenteredByDefault(false);
@@ -70,7 +70,7 @@ bool IsLink(const QMimeData& data) {
     return IsFormatOffered(data, RegisterClipFormat("UniformResourceLocator"));
 }
 
-// A copy where the source gives one: after a move it would take the link away from where it was.
+// Asks for a copy where the source offers one: after a move the source would remove the link.
 void Answer(QDropEvent& event) {
     if (!IsLink(*event.mimeData())) return event.ignore();
     const bool can_copy = event.possibleActions().testFlag(Qt::CopyAction);
@@ -78,14 +78,13 @@ void Answer(QDropEvent& event) {
     event.accept();
 }
 
-// Whoever handles the link may wait, and the catcher be closed meanwhile: nothing here is the catcher's.
+// A function of its own and no member: the handler may wait, and the catcher be closed and destroyed
+// meanwhile.
 void HandOver(const QMimeData& data) {
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            const auto handler = CreateLinkHandler(kLinkHandlerClass);
-            const auto text = PlainTextOf(data);
-            if (!text.empty()) handler->HandleLink(Variant(text));
-        });
+    Try([&] {
+        const auto handler = CreateLinkHandler(kLinkHandlerClass);
+        const auto text = PlainTextOf(data);
+        if (!text.empty()) handler->HandleLink(Variant(text));
     });
 }
 
@@ -98,7 +97,7 @@ frmRSSLinkCatcher::frmRSSLinkCatcher(std::function<void()> close)
       opacity_step_(kDefaultStep),
       topmost_(kDefaultTopmost) {
     setWindowFlag(Qt::FramelessWindowHint);
-    // Who opens it gives it the focus; a desktop that brings it up again does not.
+    // Its owner gives it the focus when it opens; it does not take the focus when the desktop shows it again.
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::StrongFocus);
     setAcceptDrops(true);
@@ -123,10 +122,11 @@ void frmRSSLinkCatcher::Form_Load() {
     });
 }
 
-// Who closes it as a window means what its owner's menu says; that entry's mark must go, too.
-void frmRSSLinkCatcher::Form_QueryUnload(bool& Cancel, UnloadMode mode) {
+// A person who closes the window means the entry of the owner's menu, whose mark must go, too: the owner
+// closes it.
+void frmRSSLinkCatcher::Form_QueryUnload(bool& cancel, UnloadMode mode) {
     if (mode != UnloadMode::kFormControlMenu) return;
-    Cancel = true;
+    cancel = true;
     CallLater(close_);
 }
 
@@ -202,8 +202,8 @@ void frmRSSLinkCatcher::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) grab_point_ = event->position();
 }
 
-// Where in the window the pointer is follows from where both are now: the desktop may still be about to move
-// the window when it says where in the window the pointer is.
+// From the global place of the pointer: its place in the window, as the event tells it, may be older than the
+// window's last move.
 void frmRSSLinkCatcher::mouseMoveEvent(QMouseEvent* event) {
     if (!grab_point_ || !event->buttons().testFlag(Qt::LeftButton)) return;
     const auto pointer = event->globalPosition() - pos();
@@ -215,14 +215,14 @@ void frmRSSLinkCatcher::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() == Qt::RightButton) menu_.popup(event->globalPosition().toPoint());
 }
 
-// By the mouse it comes when the button goes down; the menu comes up when it is released.
+// By the mouse the event comes when the button goes down, but the menu comes up when it is released.
 void frmRSSLinkCatcher::contextMenuEvent(QContextMenuEvent* event) {
     if (event->reason() != QContextMenuEvent::Mouse) ShowMenuByKey();
 }
 
 void frmRSSLinkCatcher::ShowMenuByKey() { menu_.popup(mapToGlobal(rect().center())); }
 
-// For those who cannot drag. Of the keys of menus only one comes as the event of menus.
+// Paste is for those who cannot drag. Of the keys that open menus Qt turns only one into contextMenuEvent.
 void frmRSSLinkCatcher::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Paste)) {
         if (const auto* copied = QGuiApplication::clipboard()->mimeData()) HandOver(*copied);
@@ -240,7 +240,7 @@ void frmRSSLinkCatcher::dragMoveEvent(QDragMoveEvent* event) { Answer(*event); }
 void frmRSSLinkCatcher::dropEvent(QDropEvent* event) {
     Answer(*event);
     if (!event->isAccepted()) return;
-    // What was not accepted as a move stays with a source that knows nothing else.
+    // A source that only knows moves keeps a link whose move was not accepted.
     if (event->dropAction() == Qt::MoveAction) event->ignore();
     HandOver(*event->mimeData());
 }

@@ -29,7 +29,7 @@ constexpr int kAddress = 1;
 /// The field of an entry that each column shows.
 constexpr std::array kFields{1, 0, 2, 3};
 
-// In letters, so that they grow with the font.
+// In letters, so that columns grow with the font.
 constexpr int kWidestColumn = 40;
 constexpr int kColumns = 110;
 constexpr int kRows = 16;
@@ -69,19 +69,17 @@ void DeactivateChannel(Recordset& channels, const std::string& id) {
     channels.Update();
 }
 
-// The write lock is waited for once, not for each channel.
+// All in one transaction: the write lock is waited for once, not for each channel.
 void DeactivateChannels(const std::vector<std::string>& ids) {
     const auto& database = DataEnvironment();
     const auto connection = database.CnnRSS();
     AllOrNothing writes(*connection);
     Recordset channels(connection, database.Recordsets("rsAllChannels")->Source());
     channels.Open();
-    IgnoringErrors([&](Statements& run) {
-        for (const auto& id : ids) {
-            if (!connection->HoldsWrites()) break;  // a full disk: what was written is lost
-            run([&] { DeactivateChannel(channels, id); });
-        }
-    });
+    for (const auto& id : ids) {
+        if (!connection->HoldsWrites()) break;  // a full disk: what was written is lost
+        Try([&] { DeactivateChannel(channels, id); });
+    }
     writes.Keep();
 }
 
@@ -138,18 +136,18 @@ QPushButton* frmChannelErrors::MakeButton(const char* name, const QString& capti
 }
 
 void frmChannelErrors::Form_Load() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->GetPosition(*this); }); });
+    Try([&] { gFormRestore->GetPosition(*this); });
 }
 
 void frmChannelErrors::Form_Unload() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->SavePosition(*this); }); });
+    Try([&] { gFormRestore->SavePosition(*this); });
 }
 
-void frmChannelErrors::FillChannels(const std::vector<std::string>& ChannelErrors) {
+void frmChannelErrors::FillChannels(const std::vector<std::string>& channel_errors) {
     grid_->setUpdatesEnabled(false);
-    grid_->setRowCount(static_cast<int>(ChannelErrors.size()));
+    grid_->setRowCount(static_cast<int>(channel_errors.size()));
     int row = 0;
-    for (const auto& entry : ChannelErrors) {
+    for (const auto& entry : channel_errors) {
         const auto fields = QString::fromStdString(entry).split(QLatin1Char('\t'));
         int column = 0;
         for (const auto field : kFields)
@@ -187,15 +185,13 @@ void frmChannelErrors::Deactivate() {
 }
 
 void frmChannelErrors::Send() {
-    IgnoringErrors([&](Statements& run) {
-        std::string text;
-        for (int row = 0; row < grid_->rowCount(); ++row) {
-            text += "\r\n";
-            for (int column = 0; column < grid_->columnCount(); ++column)
-                text += (column == 0 ? "" : "\t") + Cell(row, column);
-        }
-        run([&] { CShell().OpenUrl(ReportMailLink(support_mail_, "News%20Download%20Error", text)); });
-    });
+    std::string text;
+    for (int row = 0; row < grid_->rowCount(); ++row) {
+        text += "\r\n";
+        for (int column = 0; column < grid_->columnCount(); ++column)
+            text += (column == 0 ? "" : "\t") + Cell(row, column);
+    }
+    Try([&] { CShell().OpenUrl(ReportMailLink(support_mail_, "News%20Download%20Error", text)); });
 }
 
 }  // namespace pellago

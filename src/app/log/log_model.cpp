@@ -1,9 +1,7 @@
 #include "log_model.h"
 
 #include <QApplication>
-#include <QDate>
 #include <QFont>
-#include <QLocale>
 #include <QStyle>
 #include <algorithm>
 #include <limits>
@@ -11,58 +9,21 @@
 
 #include "grid/data_grid.h"
 #include "infra/guarded_routine.h"
+#include "log_text.h"
 #include "platform/data/keyset.h"
-#include "platform/values/text.h"
 
 namespace pellago {
 namespace {
 
 constexpr const char* kKey = "DownloadLog.id";
 constexpr const char* kNewestFirst = "[EventTime] DESC";
-constexpr const char* kNoName = "<no name>";
-
-constexpr int kNewColumn = 3;
-constexpr int kUpdatedColumn = 4;
-constexpr int kErrorColumn = 5;
 
 // A table's rows are counted in 32 bits.
 constexpr std::size_t kMostRows = std::numeric_limits<int>::max();
 
-QString Number(std::size_t number) { return QLocale().toString(static_cast<qulonglong>(number)); }
-
-QString Counted(std::size_t number, const char* one, const char* many) {
-    return Number(number) + QLatin1Char(' ') + QLatin1String(number == 1 ? one : many);
-}
-
 const char* FieldOf(int column) { return LogColumns()[static_cast<std::size_t>(column)].data_field; }
 
-QString TextOf(int column, const Variant& value) {
-    if (IsNull(value)) return column == 1 ? QLatin1String(kNoName) : QString();
-    const auto* date = std::get_if<DateTime>(&value);
-    return QString::fromStdString(date ? DefaultText(*date) : CStr(value));
-}
-
-/// A day of the groups by time; a null one for what is no date.
-QDate Day(const Variant& value) {
-    const auto* text = std::get_if<std::string>(&value);
-    return text ? QDate::fromString(QString::fromStdString(*text), Qt::ISODate) : QDate();
-}
-
-/// A value as filters write it.
-std::string Literal(const Variant& value) {
-    if (IsNull(value)) return "Null";
-    if (const auto* text = std::get_if<std::string>(&value)) return "'" + Replace(*text, "'", "''") + "'";
-    return CStr(value);
-}
-
 }  // namespace
-
-const std::vector<LogColumn>& LogColumns() {
-    static const std::vector<LogColumn> columns = {{"Time", "EventTime"},       {"Channel", "Channel"},
-                                                   {"Message", "Message"},      {"New", "NewItems"},
-                                                   {"Updated", "UpdatedItems"}, {"Error", "Error"}};
-    return columns;
-}
 
 /// All rows, or those of one group, or of a group in a group.
 struct LogModel::Section {
@@ -74,14 +35,14 @@ struct LogModel::Section {
     std::size_t count = 0;
     bool unfolded = false;
 
-    // Where it is unfolded, groups or rows.
+    // What an unfolded section holds: groups or rows.
     std::unique_ptr<RowGroups> counting;
     std::vector<std::unique_ptr<Section>> groups;
     std::vector<std::size_t> ends;  ///< where each group ends, in rows of the list from the first group's on
     std::unique_ptr<Keyset> rows;
     std::size_t shown_rows = 0;
 
-    /// The number of groups that what is in it stands in.
+    /// How many groups enclose the rows and groups of this section.
     std::size_t Depth() const { return level < 0 ? 0 : parent->Depth() + 1; }
     bool IsSearched() const { return counting || (rows && !rows->IsComplete()); }
     std::size_t Inner() const { return groups.empty() ? shown_rows : ends.back(); }
@@ -116,14 +77,12 @@ void LogModel::Bind(std::vector<int> group_columns) {
     failure_.reset();
     root_ = std::make_unique<Section>();
     endResetModel();
-    IgnoringErrors([&](Statements& run) {
-        run([&] {
-            rows_->Open();  // again, where that failed: it says why
-            root_->filter = rows_->Filter();
-            Fill(*root_);
-        });
-        if (!root_->unfolded) failure_ = Err().description;
+    Try([&] {
+        rows_->Open();  // again where opening failed before: it says why
+        root_->filter = rows_->Filter();
+        Fill(*root_);
     });
+    if (!root_->unfolded) failure_ = Err().description;
     changed_();
 }
 
@@ -157,8 +116,9 @@ void LogModel::TakeGroups(Section& section) {
         group->parent = &section;
         group->index = groups.size() - 1;
         group->level = section.level + 1;
-        group->filter = section.filter + (section.filter.empty() ? "" : " AND ") + FilterOf(column, value);
-        group->caption = CaptionOf(column, value, count);
+        group->filter =
+            section.filter + (section.filter.empty() ? "" : " AND ") + LogGroupFilter(column, value);
+        group->caption = LogGroupCaption(column, value, count);
         group->count = count;
     }
     Insert(section, groups.size(), [&] {
@@ -199,34 +159,16 @@ void LogModel::Empty(Section& section) {
     if (count > 0) endRemoveRows();
 }
 
-std::string LogModel::FilterOf(int column, const Variant& value) const {
-    const std::string field = std::string("[") + FieldOf(column) + "]";
-    const auto day = Day(value);
-    if (column != 0 || !day.isValid()) return field + " = " + Literal(value);
-    const auto next = day.addDays(1).toString(Qt::ISODate).toStdString();
-    return field + " >= " + Literal(value) + " AND " + field + " < '" + next + "'";
-}
-
-QString LogModel::CaptionOf(int column, const Variant& value, std::size_t count) const {
-    const auto day = Day(value);
-    const auto text = column == 0 && day.isValid() ? QLocale().toString(day, QLocale::ShortFormat)
-                      : column == kErrorColumn && !IsNull(value)
-                          ? QLatin1String(CBool(value) ? "True" : "False")
-                          : TextOf(column, value);
-    return QLatin1String(LogColumns()[static_cast<std::size_t>(column)].caption) + QLatin1String(": ") +
-           text.simplified() + QLatin1String(" (") + Number(count) + QLatin1Char(')');
-}
-
 QString LogModel::Status() const {
     if (failure_) return QString::fromStdString(*failure_);
     if (root_->counting) return QStringLiteral("Counting …");
     if (group_columns_.empty())
-        return Counted(root_->shown_rows, "row", "rows") +
+        return CountedText(root_->shown_rows, "row", "rows") +
                (root_->IsSearched() ? QStringLiteral(" so far …") : QString());
     std::size_t rows = 0;
     for (const auto& group : root_->groups) rows += group->count;
-    return Counted(root_->groups.size(), "group", "groups") + QStringLiteral(", ") +
-           Counted(rows, "row", "rows");
+    return CountedText(root_->groups.size(), "group", "groups") + QStringLiteral(", ") +
+           CountedText(rows, "row", "rows");
 }
 
 int LogModel::rowCount(const QModelIndex& parent) const {
@@ -268,7 +210,7 @@ bool LogModel::setData(const QModelIndex& index, const QVariant& value, int role
     const auto place = PlaceOf(index.row());
     if (place.row || place.section->unfolded == value.toBool()) return false;
     if (value.toBool())
-        IgnoringErrors([&](Statements& run) { run([&] { Fill(*place.section); }); });
+        Try([&] { Fill(*place.section); });
     else
         Empty(*place.section);
     TellHeader(*place.section);
@@ -295,7 +237,7 @@ QVariant LogModel::RowData(const Place& place, int column, int role) const {
         case kGroupRowRole:
             return RowOf(*place.section);
         case Qt::TextAlignmentRole:
-            if (column == kNewColumn || column == kUpdatedColumn)
+            if (column == kLogNewColumn || column == kLogUpdatedColumn)
                 return QVariant(Qt::AlignRight | Qt::AlignVCenter);
             return {};
         case Qt::DisplayRole:
@@ -307,19 +249,17 @@ QVariant LogModel::RowData(const Place& place, int column, int role) const {
     }
     const auto values = ValuesOf(place);
     if (values.empty()) return {};
-    if (role == Qt::DisplayRole) return TextOf(column, values[static_cast<std::size_t>(column)]);
-    const auto& error = values[kErrorColumn];
+    if (role == Qt::DisplayRole) return LogCellText(column, values[static_cast<std::size_t>(column)]);
+    const auto& error = values[kLogErrorColumn];
     if (IsNull(error) || !CBool(error)) return {};
-    if (role == Qt::DecorationRole) return column == kErrorColumn ? QVariant(failed_) : QVariant();
+    if (role == Qt::DecorationRole) return column == kLogErrorColumn ? QVariant(failed_) : QVariant();
     QFont bold;
     bold.setBold(true);
     return bold;
 }
 
 std::vector<Variant> LogModel::ValuesOf(const Place& place) const {
-    std::vector<Variant> values;
-    IgnoringErrors([&](Statements& run) { run([&] { values = place.section->rows->Row(*place.row); }); });
-    return values;
+    return Try([&] { return place.section->rows->Row(*place.row); });
 }
 
 }  // namespace pellago

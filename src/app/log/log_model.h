@@ -13,24 +13,17 @@
 
 namespace pellago {
 
-struct LogColumn {
-    const char* caption;
-    const char* data_field;
-};
-/// The columns of the download log, as they are shown.
-const std::vector<LogColumn>& LogColumns();
-
 /// The download log as a flat list: its rows or, where they are grouped, a row for each group, followed by
-/// what is in it where it is unfolded. Nothing is read before it is shown, and what takes time is done in the
-/// background: the list grows as rows are found.
+/// the rows or groups inside it where it is unfolded. Nothing is read before it is shown, and what takes time
+/// is done in the background: the list grows as rows are found.
 class LogModel final : public QAbstractTableModel {
 public:
     /// `changed` is called each time that Status has changed.
     LogModel(std::shared_ptr<Recordset> rows, std::function<void()> changed);
     ~LogModel() override;
 
-    /// Shows the rows that the recordset's filter lets through now, grouped by those columns, outermost
-    /// first. On failure, as on a recordset that is closed, there are none.
+    /// Shows the rows that the recordset's filter lets through now, grouped by `group_columns`, outermost
+    /// first; no rows on failure.
     void Bind(std::vector<int> group_columns);
     /// How many rows there are, or what keeps them from being read.
     QString Status() const;
@@ -43,7 +36,7 @@ public:
 
 private:
     struct Section;
-    /// A row of the list: a row of the log in a section, or the one that stands for the section.
+    /// What a row of the list shows: a row of the log in a section, or, without `row`, the section itself.
     struct Place {
         Section* section = nullptr;
         std::optional<std::size_t> row;
@@ -52,12 +45,10 @@ private:
     void Fill(Section& section);
     void TakeRows(Section& section);
     void TakeGroups(Section& section);
-    /// What the row of a section says has changed.
+    /// Tells views that the text of the row that stands for a section has changed.
     void TellHeader(const Section& section);
     void Empty(Section& section);
     void Insert(Section& section, std::size_t count, const std::function<void()>& change);
-    std::string FilterOf(int column, const Variant& value) const;
-    QString CaptionOf(int column, const Variant& value, std::size_t count) const;
 
     Place PlaceOf(int row) const;
     static QVariant RowOf(const Section& section);

@@ -16,6 +16,7 @@
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
 #include "log_model.h"
+#include "log_text.h"
 #include "platform/values/text.h"
 #include "store/de1.h"
 
@@ -34,9 +35,7 @@ std::vector<DataGrid::Field> Fields() {
 }
 
 bool Boolean(const std::string& text) {
-    bool value = false;
-    IgnoringErrors([&](Statements& run) { run([&] { value = BooleanFromText(text); }); });
-    return value;
+    return Try([&] { return BooleanFromText(text); });
 }
 
 }  // namespace
@@ -79,7 +78,7 @@ frmLog::frmLog()
 frmLog::~frmLog() = default;
 
 void frmLog::Form_Load() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->GetPosition(*this); }); });
+    Try([&] { gFormRestore->GetPosition(*this); });
 }
 
 void frmLog::Form_Activate() {
@@ -99,7 +98,7 @@ void frmLog::Form_Activate() {
 }
 
 void frmLog::Form_Unload() {
-    IgnoringErrors([&](Statements& run) { run([&] { gFormRestore->SavePosition(*this); }); });
+    Try([&] { gFormRestore->SavePosition(*this); });
 }
 
 // The grid keeps the layout of its columns and the text that is being typed, whatever the model does.
@@ -133,10 +132,10 @@ void frmLog::ShowStatus() {
                          : QStringLiteral("The filter is not valid; the one before it is in force."));
 }
 
-std::string frmLog::getFilter(std::vector<GridColumn>& Columns) {
+std::string frmLog::getFilter(std::vector<GridColumn>& columns) {
     constexpr std::string_view kAnd = " AND ";
     std::string filter;
-    for (auto& column : Columns) {
+    for (auto& column : columns) {
         const auto text = column.FilterText();
         const auto& field = column.DataField();
         if (Trim(text).empty()) continue;

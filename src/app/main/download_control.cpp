@@ -7,12 +7,13 @@
 #include "app/shared/globals.h"
 #include "desktop/message_box.h"
 #include "desktop/progress_display.h"
-#include "engine/run_objects.h"
+#include "engine/update_run.h"
 #include "infra/guarded_routine.h"
 #include "infra/internet_connection.h"
 #include "infra/process_objects.h"
 #include "main_window_controls.h"
 #include "platform/files/program.h"
+#include "store/hand_over.h"
 
 namespace pellago {
 namespace {
@@ -27,17 +28,17 @@ std::string At(const char* what) { return std::string(what) + " at " + DefaultTe
 }  // namespace
 
 void frmMain::StartUpdate(std::int32_t mode, std::int32_t id) {
-    // Begun inside the question whether to close, it would keep the answer from being heard.
+    // A run that began inside the question whether to close would keep the answer from being heard.
     if (dbu_ || asking_ || !IsLoaded()) return;
     if (!Tray()) CreateSysTrayIcon();
     if (!IsInternetConnected()) return TellNoConnection();
     ShowRunning();
-    // What failed so far was shown, and anything may have happened meanwhile.
+    // Errors so far were shown, and anything may have happened while they were.
     if (dbu_ || !IsLoaded()) return;
     sibling_hangs_ = false;
     IgnoringErrors([&](Statements& run) {
         run([&] { RunUpdate(mode, id); });
-        // Also where it was aborted in its middle: no other one could ever be started.
+        // Also where the run was aborted in its middle: no other run could ever be started.
         run([&] { dbu_.reset(); });
         run([&] { ShowIdle(); });
         // The program may now wait for hours, with what the largest feed took.
@@ -70,11 +71,11 @@ void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
 
 void frmMain::InitDBObjects(CDBUpdate& engine) {
     Guarded("Corvane.frmMain.InitDBObjects",
-            [&](Statements& run) { pellago::InitDBObjects(run, engine, DataEnvironment()); });
+            [&](Statements& run) { HandOver(run, engine, DataEnvironment()); });
 }
 
 void frmMain::RunEngine(std::int32_t mode, std::int32_t id) {
-    // Stopped while an error of the database was shown; the engine would begin by forgetting that.
+    // Stopped while an error of the database was shown: the engine would begin by forgetting the stop.
     if (dbu_->Cancel()) return;
     dbu_->OnlyActive(mode == update_mode::kAll);
     if (mode == update_mode::kAll)
@@ -86,9 +87,7 @@ void frmMain::RunEngine(std::int32_t mode, std::int32_t id) {
 }
 
 bool frmMain::IsInternetConnected() const {
-    bool connected = false;
-    IgnoringErrors([&](Statements& run) { run([&] { connected = CInternetConnection().Connected(); }); });
-    return connected;
+    return Try([] { return CInternetConnection().Connected(); });
 }
 
 void frmMain::TellNoConnection() {

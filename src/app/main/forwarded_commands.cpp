@@ -4,21 +4,21 @@
 namespace pellago {
 namespace {
 
-/// So that the sender, which waits for the answer, is gone before a run begins.
+/// A run that is asked for begins after this time: the sender, which waits for the answer, is gone by then.
 constexpr std::int32_t kDeferMs = 300;
 
 }  // namespace
 
-void frmMain::iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32_t& /*hwnd*/,
-                               std::int32_t& uMsg, std::int32_t& wParam, std::int32_t& /*lParam*/) {
+void frmMain::iSubclass_Before(bool& handled, std::int32_t& answer, std::int32_t& /*hwnd*/,
+                               std::int32_t& message, std::int32_t& w_param, std::int32_t& /*l_param*/) {
     IgnoringErrors([&](Statements& run) {
-        bHandled = true;
-        switch (uMsg) {
+        handled = true;
+        switch (message) {
             case WM_CMD_UPDATE_CHANNEL:
             case WM_CMD_UPDATE_PROVIDER:
             case WM_CMD_UPDATE_ALL:
             case WM_CMD_RESET_TIMER:
-                run([&] { Defer(uMsg, wParam); });
+                run([&] { Defer(message, w_param); });
                 break;
             case WM_CMD_SHOW:
                 run([&] { ShowInFront(); });
@@ -28,17 +28,17 @@ void frmMain::iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32
                 break;
             case WM_CMD_CLOSE_IF_IDLE:
                 // The smallest number has no negative: any program may send it.
-                lReturn = dbu_ ? static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(wParam)) : wParam;
+                answer = dbu_ ? static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(w_param)) : w_param;
                 if (!dbu_) run([&] { Unload(); });
                 break;
             default:
-                bHandled = false;
+                handled = false;
         }
     });
 }
 
-void frmMain::iSubclass_After(std::int32_t& /*lReturn*/, std::int32_t /*hwnd*/, std::int32_t /*uMsg*/,
-                              std::int32_t /*wParam*/, std::int32_t /*lParam*/) {}
+void frmMain::iSubclass_After(std::int32_t& /*answer*/, std::int32_t /*hwnd*/, std::int32_t /*message*/,
+                              std::int32_t /*w_param*/, std::int32_t /*l_param*/) {}
 
 void frmMain::Defer(std::int32_t message, std::int32_t param) {
     pending_message_ = message;
@@ -51,9 +51,10 @@ void frmMain::StartTimer(std::int32_t interval) {
     update_timer_->start(interval, *this);
 }
 
-void frmMain::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
+void frmMain::iTimer_Fire(std::int32_t /*elapsed_ms*/) {
     IgnoringErrors([&](Statements& run) {
-        // The command waits for the answer; a run would not let it be heard.
+        // The command waits until the question whether to close is answered: a run would not let that be
+        // heard.
         if (asking_) return run([&] { StartTimer(kDeferMs); });
         run([&] { update_timer_.reset(); });
         if (!dbu_) run([&] { RunPending(); });

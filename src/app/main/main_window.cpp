@@ -31,7 +31,6 @@ namespace {
 
 constexpr int kTrayWaitMs = 3000;
 
-constexpr std::int32_t kBefore = 1;
 constexpr std::array kHooked{WM_CMD_UPDATE_ALL, WM_CMD_UPDATE_PROVIDER, WM_CMD_UPDATE_CHANNEL, WM_CMD_SHOW,
                              WM_CMD_CLOSE,      WM_CMD_CLOSE_IF_IDLE,   WM_CMD_RESET_TIMER};
 
@@ -85,7 +84,8 @@ void frmMain::Form_Load() {
         run([&] { controls_->cbProcessPriority->clear(); });
         for (const auto& entry : kPriorities)
             run([&] { controls_->cbProcessPriority->addItem(QLatin1String(entry.first), entry.second); });
-        // The first one, selected by that, is nobody's choice; a stored value that is none would leave it.
+        // Adding entries selects the first, which nobody chose; a stored value that is invalid would leave it
+        // so.
         run([&] { controls_->cbProcessPriority->setCurrentIndex(-1); });
         run([&] { controls_->lblProductName->setText(QStringLiteral("Pellago")); });
         run([&] {
@@ -108,7 +108,7 @@ void frmMain::ColorControls() {
           static_cast<QWidget*>(c.chkSilent), static_cast<QWidget*>(c.chkShowChannelsErrors),
           static_cast<QWidget*>(c.cbProcessPriority), static_cast<QWidget*>(c.lblProcessPriority)})
         SetBackColor(*control, gThemeBackColor);
-    // The frames would stand out as boxes from pages of another colour.
+    // Pages of another colour would show the frames as boxes.
     for (int page = 0; page < c.tabUpdate->count(); ++page)
         SetBackColor(*c.tabUpdate->widget(page), gThemeBackColor);
 }
@@ -116,34 +116,32 @@ void frmMain::ColorControls() {
 void frmMain::HookMessages() {
     subclasser_ = std::make_unique<cSubclass>();
     subclasser_->Subclass(hWnd(), *this);
-    for (const auto message : kHooked) subclasser_->AddMsg(message, kBefore);
+    for (const auto message : kHooked) subclasser_->AddMsg(message, show_message::kBefore);
 }
 
 void frmMain::UnhookMessages() {
     if (!subclasser_) return;
-    for (const auto message : kHooked) subclasser_->DelMsg(message, kBefore);
+    for (const auto message : kHooked) subclasser_->DelMsg(message, show_message::kBefore);
     subclasser_->UnSubclass();
     subclasser_.reset();
 }
 
 void frmMain::Form_Resize() {
-    IgnoringErrors([&](Statements& run) {
-        if (WindowState() == FormWindowState::kMinimized) run([&] { HideOrMinimize(); });
-    });
+    if (WindowState() == FormWindowState::kMinimized) Try([&] { HideOrMinimize(); });
 }
 
-void frmMain::Form_QueryUnload(bool& Cancel, UnloadMode reason) {
+void frmMain::Form_QueryUnload(bool& cancel, UnloadMode reason) {
     if (reason != UnloadMode::kFormControlMenu) return;
     if (!dbu_) {
-        Cancel = !AskWhetherToClose();
+        cancel = !AskWhetherToClose();
         return;
     }
     ShowMessageBox({"Please, stop downloading process before quiting this application!", gAppTitle,
                     MessageBoxButtons::kOk, MessageBoxIcon::kInformation});
-    Cancel = true;
+    cancel = true;
 }
 
-// The tray's menu stays alive while the question is asked.
+// The tray's menu can be used while the question is asked: its "Exit" must not ask a second time.
 bool frmMain::AskWhetherToClose() {
     if (std::exchange(asking_, true)) return false;
     const auto answer = ShowMessageBox({"Are you sure to close Pellago utility?", gAppTitle,
@@ -173,10 +171,10 @@ void frmMain::ShowInFront() {
 }
 
 void frmMain::btnHide_Click() {
-    IgnoringErrors([&](Statements& run) { run([&] { HideOrMinimize(); }); });
+    Try([&] { HideOrMinimize(); });
 }
 
-// Hidden without an icon in a tray it could not be found again.
+// A window hidden without an icon in a tray could not be found again.
 void frmMain::HideOrMinimize() {
     if (Tray() && NotificationAreaAvailable())
         Hide();
@@ -185,7 +183,7 @@ void frmMain::HideOrMinimize() {
 }
 
 void frmMain::StartHidden() {
-    // Somebody may have opened it in the middle of a run that came first.
+    // The person may have opened the window in the middle of the run that the start asked for.
     if (isVisible()) return;
     WindowState(FormWindowState::kMinimized);
 }

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kLargeIcon = 64;
 
-// In letters, so that they grow with the font.
+// In letters, so that the pages grow with the font.
 constexpr int kWidth = 64;
 constexpr int kNumberWidth = 8;
 
@@ -35,7 +35,7 @@ QPushButton* Button(const char* name, const QString& caption) {
 }
 
 QCheckBox* CheckBox(const char* name, const QString& caption, bool checked) {
-    auto* box = Named(new QCheckBox(caption), name);  // likewise
+    auto* box = Named(new QCheckBox(caption), name);  // owned by the layout that it is added to
     box->setChecked(checked);
     return box;
 }
@@ -113,7 +113,7 @@ QWidget* MainWindowControls::DownloadPage() {
     return page;
 }
 
-QWidget* MainWindowControls::OptionsPage() {
+void MainWindowControls::MakeOptions() {
     elaOptions = Named(new QWidget, "elaOptions");
     chkAutoStart = CheckBox("chkAutoStart", QStringLiteral("Start Corvane on &Windows startup"), true);
     chkStartInTray = CheckBox("chkStartInTray", QStringLiteral("Start &minimized"), true);
@@ -129,7 +129,10 @@ QWidget* MainWindowControls::OptionsPage() {
     cbProcessPriority = Named(new QComboBox, "cbProcessPriority");
     lblProcessPriority->setBuddy(cbProcessPriority);
     btnApply = Button("btnApply", QStringLiteral("&Apply"));
+}
 
+QWidget* MainWindowControls::OptionsPage() {
+    MakeOptions();
     auto* interval = new QHBoxLayout;
     interval->addWidget(chkAutoUpdate);
     interval->addWidget(txtNumber);

@@ -62,6 +62,7 @@ struct MainWindowControls {
     std::array<std::int32_t, 4> picTrayIcons;
 
 private:
+    void MakeOptions();
     QWidget* DownloadPage();
     QWidget* OptionsPage();
     QWidget* AboutPage();

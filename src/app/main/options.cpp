@@ -44,9 +44,7 @@ std::string TextOf(const QLineEdit& box) { return box.text().toStdString(); }
 std::int32_t Interval(const QLineEdit& box) { return LongFromText(TextOf(box)); }
 
 bool IsValid(const QLineEdit& box) {
-    bool valid = false;
-    IgnoringErrors([&](Statements& run) { run([&] { valid = Interval(box) <= kLongestInterval; }); });
-    return valid;
+    return Try([&] { return Interval(box) <= kLongestInterval; });
 }
 
 }  // namespace
@@ -109,7 +107,8 @@ void frmMain::StartUpdateTimer() {
     StartTimer(minutes * kMillisecondsPerMinute);
 }
 
-// A click takes the focus first, and arrives although that has been given back.
+// A click takes the focus from the number first; the click arrives although the number has got the focus
+// back.
 void frmMain::btnApply_Click() {
     Guarded("Corvane.frmMain.btnApply_Click", [&](Statements& run) {
         bool cancel = false;
@@ -124,7 +123,7 @@ void frmMain::txtNumber_Validate(bool& cancel) {
     cancel = !IsValid(*controls_->txtNumber);
     if (!cancel) return;
     MessageBeep();
-    // The focus may still be on its way to the next control, or to that of another page.
+    // Later: the focus may still be on its way to the next control, or to a control of another page.
     QMetaObject::invokeMethod(
         this, [this] { FocusNumber(); }, Qt::QueuedConnection);
 }
@@ -137,7 +136,7 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
         return true;
     }
     if (event->type() != QEvent::FocusOut) return false;
-    // Another window, or the box's own menu, takes the focus only for a while.
+    // Another window, or the number's own menu, takes the focus only for a while.
     const auto reason = static_cast<QFocusEvent*>(event)->reason();
     if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason || !isVisible()) return false;
     RunHandler([this] {

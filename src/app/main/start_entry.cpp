@@ -25,13 +25,13 @@ RegistryValue RegistryValueOf(const Variant& value) {
 
 bool IsKey(std::int32_t root, const std::string& subkey) { return RegEnumValues(root, subkey).has_value(); }
 
-/// A user who is new here has no such key.
+/// Makes the key where the user, who is new here, has none.
 void AddToKey(const std::string& key, const std::string& name, const std::string& command) {
     RegCreateKeyEx(HKEY_CURRENT_USER, key);
     SetRegistryValue(HKEY_CURRENT_USER, key, name, command);
 }
 
-/// Follows the Run key, whatever became of the change to it.
+/// Copies the Run key's value to the autostart folder, also where the key could not be changed.
 void MirrorToAutostart(const std::string& name) {
     const auto value = RegQueryValueEx(HKEY_CURRENT_USER, kRunKey, name);
     if (const auto command = value ? value->Text() : std::nullopt)
@@ -67,22 +67,22 @@ void RunAtStartUp(StartEntryMode mode, std::string name, std::string command) {
     });
 }
 
-bool SetRegistryValue(std::int32_t root, const std::string& subkey, const std::string& valueName,
+bool SetRegistryValue(std::int32_t root, const std::string& subkey, const std::string& value_name,
                       const Variant& value) {
     bool written = false;
     Guarded("Corvane.modAddtoStartUp.SetRegistryValue", [&](Statements& run) {
         run([&] {
             written = IsKey(root, subkey) &&
-                      RegSetValueEx(root, subkey, valueName, RegistryValueOf(value)) == RegResult::kSuccess;
+                      RegSetValueEx(root, subkey, value_name, RegistryValueOf(value)) == RegResult::kSuccess;
         });
     });
     return written;
 }
 
-bool DeleteRegistryValue(std::int32_t root, const std::string& subkey, const std::string& valueName) {
+bool DeleteRegistryValue(std::int32_t root, const std::string& subkey, const std::string& value_name) {
     bool deleted = false;
     Guarded("Corvane.modAddtoStartUp.DeleteRegistryValue", [&](Statements& run) {
-        run([&] { deleted = RegDeleteValue(root, subkey, valueName) == RegResult::kSuccess; });
+        run([&] { deleted = RegDeleteValue(root, subkey, value_name) == RegResult::kSuccess; });
     });
     return deleted;
 }

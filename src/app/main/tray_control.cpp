@@ -35,13 +35,11 @@ void frmMain::CreateSysTrayIcon() {
 
 void frmMain::SysTrayMouseDown(std::int32_t button) {
     constexpr std::int32_t kRight = 2;
-    IgnoringErrors([&](Statements& run) {
-        if (button == kRight) run([&] { WithTray([](auto& tray) { tray.ShowMenu(); }); });
-    });
+    if (button == kRight) Try([&] { WithTray([](auto& tray) { tray.ShowMenu(); }); });
 }
 
 void frmMain::SysTrayDoubleClick(std::int32_t /*button*/) {
-    IgnoringErrors([&](Statements& run) { run([&] { ShowInFront(); }); });
+    Try([&] { ShowInFront(); });
 }
 
 void frmMain::BalloonClicked() {

@@ -36,7 +36,7 @@ DE1& DataEnvironment() {
 void CloseDataEnvironment() { data_environment.reset(); }
 
 bool IsAlreadyRunning() {
-    // A mutex that cannot be made counts as one that nobody has.
+    // A mutex that cannot be made counts as one that no other process holds.
     const auto tell_and_go_on = [] {
         std::cerr << "pellagod: another start of it will not find this one: " << Err().description
                   << std::endl;

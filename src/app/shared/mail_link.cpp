@@ -8,7 +8,7 @@
 namespace pellago {
 namespace {
 
-// "%" is not among them: what is escaped already would be escaped twice.
+// Not "%": what is escaped already would be escaped twice.
 constexpr std::array<std::pair<const char*, const char*>, 7> kEscapes = {
     {{"\r\n", "%0A"}, {"\t", "%09"}, {":", "%3A"}, {"/", "%2F"}, {"?", "%3F"}, {"=", "%3D"}, {"&", "%26"}}};
 

@@ -44,7 +44,7 @@ frmMessage::frmMessage()
     label_->setFixedWidth(frame_->width());
     ok_->setObjectName(QStringLiteral("btnOk"));
     CancelButton(ok_);
-    OnClick(ok_, [this] { IgnoringErrors([&](Statements& run) { run([&] { Hide(); }); }); });
+    OnClick(ok_, [this] { Try([this] { Hide(); }); });
 
     auto* layout = new QGridLayout(this);  // owned by the form
     layout->addWidget(picture_, 0, 0, Qt::AlignVCenter);
@@ -73,7 +73,7 @@ void frmMessage::Form_Activate() {
 
 void frmMessage::Form_Unload() { timer_ = nullptr; }
 
-void frmMessage::iTimer_Fire(std::int32_t /*lElapsedMS*/) {
+void frmMessage::iTimer_Fire(std::int32_t /*elapsed_ms*/) {
     IgnoringErrors([&](Statements& run) {
         if (seconds_ != 0) {
             run([&] { ShowSeconds(); });

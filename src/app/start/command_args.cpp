@@ -76,18 +76,18 @@ std::int16_t CCommandArgs::Count() {
     });
 }
 
-std::string CCommandArgs::Name(std::int16_t Index) {
+std::string CCommandArgs::Name(std::int16_t index) {
     return kErrors.Run([&] {
-        const auto& argument = At(Index);
+        const auto& argument = At(index);
         return argument.substr(0, AssignmentIn(argument));
     });
 }
 
-std::string CCommandArgs::Value(const Variant& Index) {
+std::string CCommandArgs::Value(const Variant& index) {
     return kErrors.Run([&] {
-        const auto* number = std::get_if<std::int32_t>(&Index);
-        const auto* fraction = std::get_if<double>(&Index);
-        const auto* text = std::get_if<std::string>(&Index);
+        const auto* number = std::get_if<std::int32_t>(&index);
+        const auto* fraction = std::get_if<double>(&index);
+        const auto* text = std::get_if<std::string>(&index);
         if (!number && !fraction && !text) RaiseInvalidArgument();
         const auto position = text       ? NumberFromText(*text)
                               : fraction ? *fraction
@@ -114,7 +114,7 @@ void CCommandArgs::ParseArguments() {
     parsed_ = true;
 }
 
-// The first argument with a key wins.
+// Of arguments with the same key the first counts.
 void CCommandArgs::AddArgument(const std::string& piece) {
     if (Trim(piece).empty()) return;
     const auto key = UCase(piece.substr(0, piece.find(assignment_)));

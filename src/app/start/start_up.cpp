@@ -36,7 +36,7 @@ struct Message {
     std::int32_t param;
 };
 
-/// To the instance that runs, if it has told which its window is.
+/// Sends messages to the instance that runs already, if its window is known from the settings.
 void Forward(std::initializer_list<Message> messages) {
     const auto window = CLng(gAppSettings->GetSetting(kSection, kWindow, Variant(0)));
     if (window <= 0) return;
@@ -48,7 +48,7 @@ void EndApplication(frmMain& window) {
     window.Unload();
 }
 
-/// What the command line asks of the instance that runs already.
+/// Forwards what the command line asks for to the instance that runs already.
 void HandOver() {
     const Message show{WM_CMD_SHOW, 0};
     if (gUpdateRequested && gShowMainWindow)
@@ -69,8 +69,9 @@ void StoreWindow(const frmMain& window) {
 
 void StartRequestedRun(frmMain& window) {
     if (!gUpdateRequested && gProviderID <= 0 && gChannelID <= 0) return;
-    // Other starts must find it in the middle of the run. That it cannot be stored is told afterwards.
-    IgnoringErrors([&](Statements& run) { run([&] { StoreWindow(window); }); });
+    // Other starts must find the window in the middle of the run. That its handle cannot be stored is told
+    // afterwards.
+    Try([&] { StoreWindow(window); });
     if (gUpdateRequested)
         window.StartUpdate(update_mode::kAll, 0);
     else if (gProviderID > 0)
@@ -88,7 +89,7 @@ void ProcessParameters(frmMain& window) {
             return;
         }
         run([&] { StartRequestedRun(window); });
-        // It may have been closed in the middle of the run, or be about to be.
+        // The window may have been closed in the middle of the run, or be about to be.
         if (IsEnding(window)) return;
         if (gShowMainWindow)
             run([&] { window.Show(); });
@@ -96,12 +97,11 @@ void ProcessParameters(frmMain& window) {
             run([&] { window.StartHidden(); });
         run([&] { StoreWindow(window); });
     });
-    // Also after an abort: a second instance that stayed would have no icon, and update by itself all the
-    // same.
+    // Also after an abort: a second instance that stayed would have no icon, and still update by itself.
     if (gAlreadyRunning) EndApplication(window);
 }
 
-/// The end cuts short what waits for a lock, and nobody is there to be told of that.
+/// The program's end cuts short what waits for a lock; nobody is there to read of that.
 std::int32_t ShowErrorUnlessEnding(const frmMain& window, const std::string& report,
                                    const std::string& support_mail) {
     constexpr std::int32_t kAbort = 0;
@@ -115,7 +115,7 @@ bool GoOnWaiting(frmMain& window) {
     return window.IsLoaded();
 }
 
-/// With windows, from the first to the last.
+/// The program from its first window to its last; returns its exit status.
 int RunWindows() {
     const Application application;
     frmMain window([] { Application::Quit(); });

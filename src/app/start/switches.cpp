@@ -17,7 +17,7 @@ constexpr std::int32_t kNameAndValue = 2;
 constexpr const char* kDelimiter = "/";
 constexpr const char* kLongOption = "--";
 
-/// The arguments in the one notation that is parsed.
+/// The arguments as one line in the notation that CCommandArgs parses: "--name=value" becomes "/name=value".
 std::string CommandLine(const std::vector<std::string>& arguments) {
     std::string line;
     for (const auto& argument : arguments) {
@@ -27,7 +27,7 @@ std::string CommandLine(const std::vector<std::string>& arguments) {
     return line;
 }
 
-/// An argument without a value has itself for one.
+/// `value` is `name` where the switch has no value.
 void Background(const std::string& name, const std::string& value) {
     gShowMainWindow = name != LCase(Trim(value)) && !BooleanFromText(value);
 }
@@ -90,7 +90,8 @@ void ReadSwitches(const std::vector<std::string>& arguments) {
         gChannelID = -1;
         gUpdateRequested = false;
         const auto line = CommandLine(arguments);
-        // Without any text the parser would take that of the process, which a test has of its own.
+        // Given no text, CCommandArgs would take the process's command line, which in a test is the test's
+        // own.
         if (Trim(line).empty()) return;
         CCommandArgs parsed;
         run([&] { parsed.Init(line, kNameAndValue, kDelimiter, "="); });

@@ -1,12 +1,9 @@
 #include "app/tray/sys_tray.h"
 
-#include <QAction>
-#include <QCursor>
 #include <QMenu>
 #include <algorithm>
 #include <type_traits>
 
-#include "desktop/event_handler.h"
 #include "desktop/icons.h"
 #include "infra/guarded_routine.h"
 #include "platform/files/program.h"
@@ -55,8 +52,8 @@ void Put(const std::basic_string<Char>& units, Char* field, std::size_t size) {
 
 /// The field ends with a NUL. An empty text leaves it as it was.
 template <class Char>
-void stringToArray(const std::string& text, Char* field, std::size_t sizeBytes) {
-    const auto size = sizeBytes / sizeof(Char);
+void stringToArray(const std::string& text, Char* field, std::size_t size_in_bytes) {
+    const auto size = size_in_bytes / sizeof(Char);
     if (!text.empty()) Put(Cut<Char>(text, size - 1), field, size);
 }
 
@@ -104,7 +101,7 @@ frmSysTray::frmSysTray(frmSysTrayEvents& events)
 
 // No icon may stay behind a form that was never unloaded.
 frmSysTray::~frmSysTray() {
-    if (IsLoaded()) IgnoringErrors([&](Statements& run) { run([&] { Notify(NIM_DELETE); }); });
+    if (IsLoaded()) Try([&] { Notify(NIM_DELETE); });
 }
 
 void frmSysTray::Form_Load() {
@@ -112,7 +109,7 @@ void frmSysTray::Form_Load() {
         run([&] { GetWindowsVersion(); });
         run([&] { FillRecord(); });
         run([&] { Notify(NIM_ADD); });
-        // In the same turn, for a host looks for the menu when it first sees the icon.
+        // In the same turn of the loop as NIM_ADD: a host looks for the menu when it first sees the icon.
         run([&] {
             std::visit([&](const auto& record) { SetNotifyIconMenu(record.hWnd, record.uID, menu_); },
                        record_);
@@ -152,7 +149,7 @@ void frmSysTray::FillTip(const std::string& text) {
     if (!text.empty()) Put(Cut<char>(text, kTipSize), std::get<NOTIFYICONDATAA>(record_).szTip, kTipSize);
 }
 
-// A refused call leaves the tray as it was, which needs no word.
+// A refused call leaves the tray as it was, and is not reported.
 void frmSysTray::Notify(std::uint32_t message) const {
     if (const auto* wide = std::get_if<NOTIFYICONDATAW>(&record_))
         Shell_NotifyIconW(message, *wide);
@@ -160,16 +157,16 @@ void frmSysTray::Notify(std::uint32_t message) const {
         Shell_NotifyIconA(message, std::get<NOTIFYICONDATAA>(record_));
 }
 
-void frmSysTray::Form_QueryUnload(bool& /*Cancel*/, UnloadMode /*mode*/) {
+void frmSysTray::Form_QueryUnload(bool& /*cancel*/, UnloadMode /*mode*/) {
     Guarded("Corvane.frmSysTray.Form_QueryUnload",
             [&](Statements& run) { run([&] { Notify(NIM_DELETE); }); });
 }
 
 void frmSysTray::Form_Unload() { menu_->close(); }
 
-std::int32_t frmSysTray::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t uMsg, std::int32_t /*wParam*/,
-                                         std::int32_t lParam) {
-    if (uMsg == kTrayMessage) Form_MouseMove(lParam);
+std::int32_t frmSysTray::WindowProcedure(std::int32_t /*hwnd*/, std::int32_t message,
+                                         std::int32_t /*w_param*/, std::int32_t l_param) {
+    if (message == kTrayMessage) Form_MouseMove(l_param);
     return 0;
 }
 
@@ -180,15 +177,16 @@ void frmSysTray::Form_MouseMove(std::int32_t code) {
             [&events, code](Statements& run) { run([&] { Tell(events, code); }); });
 }
 
-void frmSysTray::ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t iconKind,
-                                std::uint32_t timeoutMs) {
+void frmSysTray::ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t icon_kind,
+                                std::uint32_t timeout_ms) {
     const auto show = [&](auto& record, Statements& run) {
-        // Also where the new text is empty, the last balloon's is gone.
+        // stringToArray leaves a field as it is when its text is empty: the last balloon's text would come
+        // again.
         run([&] { record.szInfo[0] = record.szInfoTitle[0] = {}; });
         run([&] { stringToArray(text, record.szInfo, sizeof(record.szInfo)); });
         run([&] { stringToArray(title, record.szInfoTitle, sizeof(record.szInfoTitle)); });
-        run([&] { record.uTimeout = timeoutMs; });
-        run([&] { record.dwInfoFlags = iconKind; });
+        run([&] { record.uTimeout = timeout_ms; });
+        run([&] { record.dwInfoFlags = icon_kind; });
         run([&] { record.uFlags = NIF_INFO; });
         run([&] { Notify(NIM_MODIFY); });
     };
@@ -214,96 +212,6 @@ void frmSysTray::IconHandle(std::int32_t handle) {
     };
     Guarded("Corvane.frmSysTray.IconHandle",
             [&](Statements& run) { std::visit([&](auto& record) { change(record, run); }, record_); });
-}
-
-void frmSysTray::AddItem() {
-    auto* item = menu_->addAction(QString());
-    item->setVisible(false);
-    item->setObjectName(QStringLiteral("mnuSysTray%1").arg(items_.size()));
-    connect(item, &QAction::triggered, this, [this, item] { mnuSysTray_Click(item); });
-    items_.push_back(item);
-}
-
-std::int32_t frmSysTray::AddMenuItem(const std::string& caption, const std::string& key, bool isDefault) {
-    std::int32_t index = 0;
-    Guarded("Corvane.frmSysTray.AddMenuItem", [&](Statements& run) {
-        if (first_item_used_) run([&] { AddItem(); });
-        run([&] { first_item_used_ = true; });
-        run([&] { index = static_cast<std::int32_t>(items_.size()) - 1; });
-        auto* item = Item(index);
-        run([&] { item->setData(QString::fromStdString(key)); });
-        // The text of a separator would be shown as the title of a section.
-        run([&] { item->setSeparator(caption == "-"); });
-        if (!item->isSeparator())
-            run([&] { item->setText(QString::fromStdString(Replace(caption, "&", "&&"))); });
-        run([&] { item->setVisible(true); });
-        if (isDefault) run([&] { DefaultMenuIndex(index); });
-    });
-    return index;
-}
-
-bool frmSysTray::ValidIndex(std::int32_t index) const {
-    return index >= 0 && index < static_cast<std::int32_t>(items_.size());
-}
-
-void frmSysTray::EnableMenuItem(std::int32_t index, bool enabled) {
-    Guarded("Corvane.frmSysTray.EnableMenuItem", [&](Statements& run) {
-        if (ValidIndex(index)) run([&] { Item(index)->setEnabled(enabled); });
-    });
-}
-
-void frmSysTray::CheckMenuItem(std::int32_t index, bool checked) {
-    Guarded("Corvane.frmSysTray.CheckMenuItem", [&](Statements& run) {
-        if (!ValidIndex(index)) return;
-        run([&] { Item(index)->setCheckable(checked); });
-        run([&] { Item(index)->setChecked(checked); });
-    });
-}
-
-bool frmSysTray::IsMenuItemChecked(std::int32_t index) const {
-    return ValidIndex(index) && Item(index)->isChecked();
-}
-
-void frmSysTray::RemoveMenuItem(std::int32_t index) {
-    Guarded("Corvane.frmSysTray.RemoveMenuItem", [&](Statements& run) {
-        if (!ValidIndex(index) || items_.size() == 1) return;
-        run([&] {
-            auto* item = Item(index);
-            items_.erase(items_.begin() + index);
-            delete item;
-        });
-        run([&] {
-            for (std::size_t at = 0; at < items_.size(); ++at)
-                items_[at]->setObjectName(QStringLiteral("mnuSysTray%1").arg(at));
-        });
-        run([&] { DefaultMenuIndex(default_index_); });
-    });
-}
-
-void frmSysTray::DefaultMenuIndex(std::int32_t index) {
-    Guarded("Corvane.frmSysTray.DefaultMenuIndex", [&](Statements& run) {
-        run([&] { default_index_ = ValidIndex(index) ? index : 0; });
-        run([&] { menu_->setDefaultAction(Item(default_index_)); });
-    });
-}
-
-void frmSysTray::ShowMenu() {
-    Guarded("Corvane.frmSysTray.ShowMenu", [&](Statements& run) {
-        // Not exec, whose loop would last as long as the menu is open.
-        run([&] { menu_->popup(QCursor::pos()); });
-    });
-}
-
-void frmSysTray::mnuSysTray_Click(QAction* item) {
-    // A checkable item changes its mark by itself, which is for the program alone to do.
-    if (item->isCheckable()) item->setChecked(true);
-    const auto found = std::find(items_.begin(), items_.end(), item);
-    const auto tell = [this, index = static_cast<std::int32_t>(found - items_.begin()),
-                       key = item->data().toString().toStdString()] {
-        if (IsLoaded()) RunHandler([&] { events_.MenuClick(index, key); });
-    };
-    // Not from inside the menu: whoever is told may start a long run, or destroy the menu and the form.
-    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 
 }  // namespace pellago

@@ -52,8 +52,8 @@ std::string Recordset::State::UpdateText(std::size_t key) const {
 }
 
 std::string Recordset::State::Table() const { return data::QuotedName(columns->front().table); }
-std::string Recordset::State::Origin(std::size_t index) const {
-    return data::QuotedName((*columns)[index].origin);
+std::string Recordset::State::Origin(std::size_t column) const {
+    return data::QuotedName((*columns)[column].origin);
 }
 
 std::vector<Variant> Recordset::State::PendingValues() const {

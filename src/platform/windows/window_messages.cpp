@@ -116,10 +116,11 @@ WindowProcedure SetWindowProcedure(std::int32_t hwnd, WindowProcedure procedure)
     return *before;
 }
 
-std::int32_t SendMessage(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam) {
+std::int32_t SendMessage(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                         std::int32_t l_param) {
     if (hwnd <= 0) return 0;
-    const WindowMessage message{hwnd, uMsg, wParam, lParam};
-    return OwnWindows().Owns(hwnd) ? CallProcedure(message) : SendToProcess(hwnd >> kWindowBits, message);
+    const WindowMessage sent{hwnd, message, w_param, l_param};
+    return OwnWindows().Owns(hwnd) ? CallProcedure(sent) : SendToProcess(hwnd >> kWindowBits, sent);
 }
 
 }  // namespace pellago

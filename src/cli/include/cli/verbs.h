@@ -12,11 +12,11 @@
 // Failure or RunTimeError when the whole of what was asked cannot be done.
 namespace pellago::cli {
 
-/// Makes an empty database; one that is there is not touched.
+/// Makes an empty database; a file that is there is not touched.
 ExitStatus InitDatabase(const Context& context);
 
 /// Adds the folders of an OPML file as providers and its feeds as channels, all or none. Providers are known
-/// by name, channels by address; those that are there are left alone.
+/// by name, channels by address; those that the database has already are left alone.
 ExitStatus ImportList(const Context& context, const std::string& path);
 /// Writes all providers and channels as OPML 2.0; "-" is the data stream.
 ExitStatus ExportList(const Context& context, const std::string& path);
@@ -27,7 +27,8 @@ ExitStatus AddProvider(const Context& context, const std::string& name, const st
 ExitStatus SetProvidersActive(const Context& context, const std::vector<std::int32_t>& ids, bool active);
 
 ExitStatus ListChannels(const Context& context, std::optional<std::int32_t> provider);
-ExitStatus AddChannel(const Context& context, const std::string& address, std::int32_t provider,
+/// `text` is the address of a feed or the name of a file.
+ExitStatus AddChannel(const Context& context, const std::string& text, std::int32_t provider,
                       const std::string& name);
 /// Like SetProvidersActive.
 ExitStatus SetChannelsActive(const Context& context, const std::vector<std::int32_t>& ids, bool active);

@@ -27,7 +27,8 @@ enum class ShowMode : std::int32_t { kModeless = 0, kModal = 1 };
 /// A window with the life that the program's forms have. Loaded, it has a window handle and can be shown,
 /// hidden and shown again; unloaded it is hidden and its handle is gone, but the object stays until its owner
 /// lets it go: it may be unloaded by anything that happens while one of its routines is still running. An
-/// owner may also destroy it in the middle of any of them.
+/// owner may also destroy it in the middle of any of them. Its life is in form.cpp, where it stands on the
+/// screen in form_placement.cpp.
 class Form : public QDialog, public PlacedForm {
 public:
     Form(const std::string& name, BorderStyle border);
@@ -39,8 +40,8 @@ public:
     /// RunTimeError 400 when a visible form is to be shown modally.
     void Show(ShowMode mode = ShowMode::kModeless);
     void Hide() { hide(); }
-    /// Asks Form_QueryUnload, runs Form_Unload, hides the form and takes the handle away. False when that was
-    /// cancelled; nothing when the form is not loaded.
+    /// Asks Form_QueryUnload, runs Form_Unload, hides the form and takes the handle away. False when
+    /// Form_QueryUnload cancelled that; nothing when the form is not loaded.
     bool Unload(UnloadMode mode = UnloadMode::kFormCode);
     bool IsLoaded() const { return hwnd_ != 0; }
 
@@ -74,11 +75,11 @@ protected:
     virtual void Form_Activate() {}
     /// The size or the window state has changed; once each time that the form comes up, before Form_Activate.
     virtual void Form_Resize() {}
-    virtual void Form_QueryUnload(bool& /*Cancel*/, UnloadMode /*mode*/) {}
+    virtual void Form_QueryUnload(bool& /*cancel*/, UnloadMode /*mode*/) {}
     virtual void Form_Unload() {}
     /// Answers a message sent to the form's handle.
-    virtual std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                         std::int32_t lParam);
+    virtual std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                         std::int32_t l_param);
 
     void closeEvent(QCloseEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
@@ -99,9 +100,10 @@ private:
     bool unloading_ = false;
     std::string tag_;
     QPointer<QPushButton> cancel_button_;
-    std::optional<FormWindowState> state_to_come_;  ///< of a form that is not visible
-    QRect normal_;  ///< the frame's corner, and the size inside it, when the form was neither minimised nor
-                    ///< maximised
+    std::optional<FormWindowState>
+        state_to_come_;  ///< for a form that is not visible: its state when it comes up
+    QRect normal_;       ///< the frame's corner and the size inside the frame, when the form was last neither
+                         ///< minimised nor maximised
     QTimer settled_;
     Qt::WindowFlags flags_before_modal_;
     QEventLoop* modal_loop_ = nullptr;  ///< while the form is shown modally

@@ -15,7 +15,7 @@ std::int32_t LoadIcon(const std::string& name);
 /// The picture in all usual sizes; null for a handle that LoadIcon never gave.
 QIcon IconFromHandle(std::int32_t handle);
 
-/// The same for a tray: where the desktop's theme has the one-colour variant, a tray that draws icons by
+/// The picture for a tray: where the desktop's theme has the one-colour variant, a tray that draws icons by
 /// their name takes that one, in the colour of its panel.
 QIcon TrayIconFromHandle(std::int32_t handle);
 

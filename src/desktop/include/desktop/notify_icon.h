@@ -15,7 +15,7 @@ inline constexpr std::uint32_t NIM_MODIFY = 1;
 inline constexpr std::uint32_t NIM_DELETE = 2;
 inline constexpr std::uint32_t NIM_SETVERSION = 4;
 
-/// The fields of a record that are meant.
+/// Flags for the fields of a record that are filled in.
 inline constexpr std::uint32_t NIF_MESSAGE = 0x01;
 inline constexpr std::uint32_t NIF_ICON = 0x02;
 inline constexpr std::uint32_t NIF_TIP = 0x04;
@@ -30,7 +30,7 @@ inline constexpr std::uint32_t NIIF_INFO = 1;
 inline constexpr std::uint32_t NIIF_WARNING = 2;
 inline constexpr std::uint32_t NIIF_ERROR = 3;
 
-/// What an icon tells its window, in `lParam` of the message it was given; `wParam` is the icon's id.
+/// What an icon tells its window, in lParam of the message it was given; wParam is the icon's id.
 inline constexpr std::int32_t WM_MOUSEMOVE = 0x200;
 inline constexpr std::int32_t WM_LBUTTONDOWN = 0x201;
 inline constexpr std::int32_t WM_LBUTTONUP = 0x202;
@@ -44,7 +44,8 @@ inline constexpr std::int32_t NIN_BALLOONHIDE = 0x403;
 inline constexpr std::int32_t NIN_BALLOONTIMEOUT = 0x404;
 inline constexpr std::int32_t NIN_BALLOONUSERCLICK = 0x405;
 
-/// The published record. Texts end at their NUL or with the field; 8-bit ones are UTF-8, wide ones UTF-16.
+/// The record as the classic shell publishes it. Texts end at their NUL or with the field; 8-bit ones are
+/// UTF-8, wide ones UTF-16.
 template <class Char>
 struct NOTIFYICONDATA {
     std::uint32_t cbSize;  ///< bytes that are filled in: the whole record, or up to 64 characters of tip

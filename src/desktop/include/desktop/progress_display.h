@@ -11,8 +11,8 @@ namespace pellago {
 
 class StatusPanel;
 
-/// When the displays of a window show what has come: all of them together, so that the window is painted once
-/// for it, and at most 25 times a second.
+/// Says when the displays of a window show their changes: all of them together, so that the window is painted
+/// once for them, and at most 25 times a second.
 class DisplayPace final {
 public:
     /// `show` has every display of the window show itself.
@@ -20,9 +20,9 @@ public:
     DisplayPace(const DisplayPace&) = delete;
     DisplayPace& operator=(const DisplayPace&) = delete;
 
-    /// Something is to be shown; it is 40 ms later, with what changes until then.
+    /// A display has changed: it is shown 40 ms later, together with all that changes until then.
     void Changed();
-    /// Shows it now.
+    /// Shows what has changed now.
     void Flush();
 
 private:
@@ -44,7 +44,7 @@ public:
     void Progress(std::int32_t fill, const std::string& caption);
     const std::string& Caption() const { return caption_; }
 
-    /// For the pace.
+    /// Called by the pace, through its owner.
     void Show();
 
 private:

@@ -52,18 +52,19 @@ inline constexpr std::int32_t kStoringFailed = 10;
 
 /// The download engine. One object performs one run: give it recordsets and commands, call one entry
 /// operation, read Cancel, release it. The rows of a channel are committed before its OnChannelDone.
+/// The walk is in update_run.cpp, the storing of items in item_reconciliation.cpp.
 class CDBUpdate final : private iTimer {
 public:
     /// `events` must outlive the engine.
     explicit CDBUpdate(CDBUpdateEvents& events);
     ~CDBUpdate() override;
 
-    /// True at the start: a full run takes only active providers and channels.
+    /// Whether a run takes only active providers and channels; true at the start.
     bool OnlyActive() const { return only_active_; }
     void OnlyActive(bool only_active) { only_active_ = only_active; }
 
-    /// Setting it true stops the feed being loaded at once and the run after the present channel. A load that
-    /// begins later, in the same channel, is not stopped.
+    /// Cancel(true) stops the feed being loaded at once, and the run after the present channel. A load that
+    /// begins later, in the same channel, is not stopped. An entry operation begins with Cancel(false).
     bool Cancel() const { return cancel_; }
     void Cancel(bool cancel);
 
@@ -87,12 +88,22 @@ public:
     /// Why the last channel's feed was not loaded; empty when it was. For OnChannelError and OnChannelDone.
     const std::string& LoadError() const;
 
+    // The entry operations. Each blocks until its run has ended. While a feed is loaded, and after each item,
+    // it turns the message loop: anything may be called meanwhile, Cancel above all, but no entry operation
+    // of the same engine.
+
+    /// All providers, or, with OnlyActive, the active ones. Never throws: a statement that fails is passed
+    /// over. Inside a provider the error handler is asked about it; after an abort the next provider follows.
     void Update();
+    /// That provider, active or not; of its channels all, or, with OnlyActive, the active ones. Never throws,
+    /// as Update.
     void UpdateOnlyOneProvider(std::int32_t provider_id);
+    /// That channel, active or not. The error handler is asked about a statement that fails; only where the
+    /// handler itself fails an error is thrown.
     void UpdateOnlyOneChannel(std::int32_t channel_id);
 
 private:
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
 
     void ReadAhead();
     std::string ChannelFilter(std::int32_t provider_id) const;

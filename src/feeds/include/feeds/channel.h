@@ -14,7 +14,7 @@
 namespace pellago {
 
 /// One feed: what it says of itself, and its items. Loaded again, a field that the new feed does not give
-/// keeps the value it had.
+/// keeps the value it had. Load is in channel_loading.cpp, the parsers are in channel_parsing.cpp.
 class clsChannel final : public iTimer {
 public:
     clsChannel();
@@ -62,7 +62,7 @@ public:
     void ParseAtom(const XmlNode& root);
 
     /// The time-out of a pending Load.
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
 
 private:
     struct Paths;

@@ -11,7 +11,7 @@ namespace pellago {
 
 struct DraggedColumn {
     int column;
-    bool is_group;  ///< its chip is dragged, not its header
+    bool is_group;  ///< the column's chip in the group area is dragged, not its header
 };
 
 /// What is offered while a column of a grid is dragged. It means something inside this process alone, and

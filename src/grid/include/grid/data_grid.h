@@ -104,7 +104,7 @@ private:
     std::vector<GridColumn> columns_;
     std::vector<int> group_columns_;
     int column_ = -1;
-    bool dragging_ = false;  ///< until the drag's end, or until it no longer counts
+    bool dragging_ = false;  ///< a chip is dragged, and the grid has not been hidden since
     std::function<void(int)> filter_changed_;
     std::function<void()> group_changed_;
 };

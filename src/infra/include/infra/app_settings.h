@@ -22,16 +22,18 @@ public:
     std::int32_t RootKey() const { return root_key_; }
     void RootKey(std::int32_t root);
 
-    void Init(const std::string& CompanyName, const std::string& AppName);
+    void Init(const std::string& company_name, const std::string& app_name);
 
-    /// With an empty `KeyName` deletes the section, which must have no subsections; else that value.
-    void DeleteSetting(const std::string& Section, const std::string& KeyName);
+    /// Deletes the value `key_name`, or, with an empty `key_name`, the section, which must have no
+    /// subsections.
+    void DeleteSetting(const std::string& section, const std::string& key_name);
     /// The names of all values of a section, in the registry's order.
-    std::vector<std::string> GetAllKeys(const std::string& Section) const;
-    /// A text or a 32-bit integer; `Default` when there is no such value or it has another type.
-    Variant GetSetting(const std::string& Section, const std::string& KeyName, const Variant& Default) const;
+    std::vector<std::string> GetAllKeys(const std::string& section) const;
+    /// A text or a 32-bit integer; `default_value` when there is no such value or it has another type.
+    Variant GetSetting(const std::string& section, const std::string& key_name,
+                       const Variant& default_value) const;
     /// Booleans are kept as 32-bit integers (-1 and 0), all others as text.
-    void SaveSetting(const std::string& Section, const std::string& KeyName, const Variant& Setting);
+    void SaveSetting(const std::string& section, const std::string& key_name, const Variant& setting);
 
 private:
     std::string KeyPath(const std::string& section) const;

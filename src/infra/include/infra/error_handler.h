@@ -10,8 +10,9 @@ namespace pellago {
 /// Shows a report to the user and returns the answer: 0 abort, 1 retry, 2 ignore.
 using ErrorDialog = std::function<std::int32_t(const std::string& report, const std::string& support_mail)>;
 
-/// What the handler shows a report in when its actions have bit 8. A program without windows keeps the one
-/// that is there from the start: the report on stderr, and abort. An empty function brings that one back.
+/// Sets the dialog that the handler shows a report in when its actions have bit 8. A program without windows
+/// keeps the dialog that is there from the start, which prints the report on stderr and answers abort; an
+/// empty function brings that one back.
 void UseErrorDialog(ErrorDialog dialog);
 
 /// What every guarded routine does on a failure: report, log, ask. Keeps the stack of running routines and
@@ -45,21 +46,21 @@ public:
     const std::string& TracingLogFile() const { return tracing_log_file_; }
     void TracingLogFile(const std::string& path);
 
-    void Init(std::int32_t ErrorHandlerActions, const std::string& ErrorLogFile, bool CallStackEnabled,
-              bool TracingEnabled, std::int32_t TracingFlags, const std::string& TracingLogFile);
+    void Init(std::int32_t actions, const std::string& error_log_file, bool call_stack_enabled,
+              bool tracing_enabled, std::int32_t tracing_flags, const std::string& tracing_log_file);
 
     /// Empties the stacks, when the call stack is enabled.
     void CallStackClear();
     void CallStackPop();
-    void CallStackPush(const std::string& Procedure, const std::string& Data);
+    void CallStackPush(const std::string& procedure, const std::string& data);
     /// A line of its own in the tracing log, when tracing is on.
     void Trace(const std::string& what) const;
     /// Deletes the logs asked for; a file that cannot be deleted is passed over.
-    void Clear(bool ClearLogFile, bool ClearTracingLogFile);
+    void Clear(bool clear_log_file, bool clear_tracing_log_file);
 
-    /// Handles the current error (Err()) of the routine `Procedure`, by default the one on top of the call
+    /// Handles the current error (Err()) of the routine `procedure`, by default the one on top of the call
     /// stack. Returns 0 abort, 1 retry, 2 ignore.
-    std::int32_t HandleError(const std::string& Procedure);
+    std::int32_t HandleError(const std::string& procedure);
 
 private:
     std::string Report(const std::string& routine) const;

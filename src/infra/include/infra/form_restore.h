@@ -24,12 +24,12 @@ public:
     bool NeverStartMinimized() const { return never_start_minimized_; }
     void NeverStartMinimized(bool never) { never_start_minimized_ = never; }
 
-    void Init(CAppSettings* AppSettings, bool CenteredByDefault);
+    void Init(CAppSettings* settings, bool centered_by_default);
 
     /// To be called while the form loads.
-    void GetPosition(PlacedForm& Form) const;
+    void GetPosition(PlacedForm& form) const;
     /// To be called while the form unloads. A form that cannot tell its placement leaves the stored one.
-    void SavePosition(const PlacedForm& Form) const;
+    void SavePosition(const PlacedForm& form) const;
 
 private:
     void Restore(PlacedForm& form, std::int32_t stored_command) const;

@@ -32,8 +32,8 @@ public:
     Statements& operator=(const Statements&) = delete;
 
     /// Runs one statement. A failing statement that is ignored yields a value-initialised result, as a
-    /// variable that was never assigned. Line by builtin: std::source_location needs a newer clang than the
-    /// oldest we build with.
+    /// variable that was never assigned. `line` is the caller's, by a builtin: std::source_location needs a
+    /// newer clang than the oldest we build with.
     template <class Statement>
     std::invoke_result_t<Statement> operator()(Statement&& statement, std::int32_t line = __builtin_LINE()) {
         for (;;) {
@@ -59,7 +59,7 @@ private:
     template <class Body>
     friend void RunStatements(std::function<Decision()> decide, Body&& body);
 
-    /// On its way out of a routine. Statements may contain statements, so it must pass those that enclose it.
+    /// Thrown to leave `routine`. Routines nest, so the statements of those inside must let it pass.
     struct Left {
         const Statements* routine;
         std::exception_ptr failed_decision;
@@ -89,18 +89,33 @@ void RunStatements(std::function<Decision()> decide, Body&& body) {
     }
 }
 
+namespace guarded_routine {
+void Enter(std::string_view name);
+void Leave();
+/// Asks the error handler; on abort the call stack is cleared.
+Decision AskHandler();
+/// Throws what Err() tells as a RunTimeError.
+[[noreturn]] Decision RaiseCurrent();
+}  // namespace guarded_routine
+
 /// Runs a routine whose failures are of no interest: the next statement runs.
 template <class Body>
 void IgnoringErrors(Body&& body) {
     RunStatements([] { return Decision::kIgnore; }, std::forward<Body>(body));
 }
 
-namespace guarded_routine {
-void Enter(std::string_view name);
-void Leave();
-/// Asks the error handler; on abort the call stack is cleared.
-Decision AskHandler();
-}  // namespace guarded_routine
+/// Runs one statement whose failure is of no interest: Err() tells of it, and the result is then a
+/// value-initialised one.
+template <class Statement>
+std::invoke_result_t<Statement> Try(Statement&& statement, std::int32_t line = __builtin_LINE()) {
+    return Statements([] { return Decision::kIgnore; })(std::forward<Statement>(statement), line);
+}
+
+/// Runs a routine that ends at its first failure, which reaches the caller as a RunTimeError.
+template <class Body>
+void RaisingErrors(Body&& body) {
+    RunStatements(&guarded_routine::RaiseCurrent, std::forward<Body>(body));
+}
 
 /// Runs a routine that is known to the error handler by `name` ("Corvane.", the module, ".", the routine): it
 /// is on the call stack while it runs, and the handler decides about each failure. After an abort the caller

@@ -15,7 +15,7 @@ public:
     /// 1 modem, 2 local network, 3 proxy, 4 none of these; the first that applies.
     std::int32_t ConnectionType() const;
     bool RasInstalled() const;
-    /// 1 offline, 2 online; of all programs of this user.
+    /// 1 offline, 2 online; the same for all programs of this user.
     std::int32_t WorkMode() const;
     /// Throws RunTimeError "Invalid work mode" for anything but 1 and 2, and then changes nothing.
     void WorkMode(std::int32_t mode);

@@ -15,8 +15,8 @@ extern std::unique_ptr<CAppSettings> gAppSettings;
 extern std::unique_ptr<CFormRestore> gFormRestore;
 extern std::string gAppTitle;
 
-/// The first steps of every program's start: error handler, title, settings, placements, each made although
-/// the one before failed.
+/// The first steps of every program's start: error handler, title, settings, placements, each also where
+/// the one before it could not be made.
 void CreateProcessObjects();
 
 }  // namespace pellago

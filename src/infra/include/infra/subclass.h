@@ -4,13 +4,23 @@
 #include <memory>
 #include <vector>
 
-#include "infra/lifetime.h"
+#include "infra/alive_flag.h"
 
 namespace pellago {
 
+/// Stands for every message in AddMsg and DelMsg.
+inline constexpr std::int32_t kEveryMessage = -1;
+
+/// When a listed message is shown: before the window's previous procedure gets it, or, with any other number
+/// than kBefore, after it.
+namespace show_message {
+inline constexpr std::int32_t kBefore = 1;
+inline constexpr std::int32_t kAfter = 2;
+}  // namespace show_message
+
 /// Implemented by those who watch the messages of a window. A cSubclass does not keep its owner alive. A
-/// message ends with the answer 0 where the owner throws. Calls nest: a message that is sent to the window
-/// from inside one reaches the owner again.
+/// message ends with the answer 0 where the owner throws. Calls nest: a message that the owner
+/// sends to the window from inside a call reaches the owner again.
 class iSubclass {
 public:
     iSubclass() = default;
@@ -18,18 +28,18 @@ public:
     iSubclass(const iSubclass&) = delete;
     iSubclass& operator=(const iSubclass&) = delete;
 
-    /// The previous procedure has answered `lReturn`, which may be changed.
-    virtual void iSubclass_After(std::int32_t& lReturn, std::int32_t hwnd, std::int32_t uMsg,
-                                 std::int32_t wParam, std::int32_t lParam) = 0;
+    /// The previous procedure has answered `answer`, which may be changed.
+    virtual void iSubclass_After(std::int32_t& answer, std::int32_t hwnd, std::int32_t message,
+                                 std::int32_t w_param, std::int32_t l_param) = 0;
 
-    /// The previous procedure is about to see the message, which may be changed. With `bHandled` set the
-    /// message ends here, and `lReturn` is the answer.
-    virtual void iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32_t& hwnd,
-                                  std::int32_t& uMsg, std::int32_t& wParam, std::int32_t& lParam) = 0;
+    /// The previous procedure is about to see the message, which may be changed. With `handled` set the
+    /// message ends here, and `answer` is the answer.
+    virtual void iSubclass_Before(bool& handled, std::int32_t& answer, std::int32_t& hwnd,
+                                  std::int32_t& message, std::int32_t& w_param, std::int32_t& l_param) = 0;
 
 private:
     friend class cSubclass;
-    Lifetime lifetime_;
+    AliveFlag alive_flag_;
 };
 
 /// Shows the messages of one window to its owner, before and after the window's own procedure gets them. May
@@ -42,22 +52,23 @@ public:
     cSubclass(const cSubclass&) = delete;
     cSubclass& operator=(const cSubclass&) = delete;
 
-    /// Lists a message, or with -1 every message; `When` 1 means before the previous procedure, any other
-    /// value after it. Only a list that grows is counted anew: a message that takes a free slot, or is listed
-    /// already, is not shown while the count is 0, as it is after UnSubclass and DelMsg of -1.
-    void AddMsg(std::int32_t uMsg, std::int32_t When);
+    /// Lists a message, or kEveryMessage; `when` is one of show_message. Only a list that grows is counted
+    /// anew: a message that takes a free slot, or is listed already, is not shown while the count is 0, as it
+    /// is after UnSubclass and DelMsg of kEveryMessage.
+    void AddMsg(std::int32_t message, std::int32_t when);
 
     /// The answer of the previous procedure; 0 when no window is subclassed.
-    std::int32_t CallOrigWndProc(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                 std::int32_t lParam);
+    std::int32_t CallOrigWndProc(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                 std::int32_t l_param);
 
-    /// Frees the slot of a message; -1 sets the count to 0, so that none is shown, and leaves the slots.
-    void DelMsg(std::int32_t uMsg, std::int32_t When);
+    /// Frees the slot of a message; kEveryMessage sets the count to 0, so that no message is shown, and
+    /// leaves the slots.
+    void DelMsg(std::int32_t message, std::int32_t when);
 
-    /// Begins with a window of this process, and ends with the one before; the lists stay. Changes nothing
-    /// for a handle that is not there. When `Owner` is gone, the next message that is listed puts the
+    /// Subclasses a window of this process, and lets go of the one before; the lists stay. Changes nothing
+    /// for a handle that no window has. When `owner` is gone, the next message that is listed puts the
     /// previous procedure back and is answered with 0.
-    void Subclass(std::int32_t hwnd, iSubclass& Owner);
+    void Subclass(std::int32_t hwnd, iSubclass& owner);
 
     /// Puts the previous procedure back and sets both counts to 0; does nothing when no window is subclassed.
     void UnSubclass();
@@ -67,7 +78,7 @@ private:
     struct Lists;
     struct Hook;
 
-    Messages& ListFor(std::int32_t When) const;
+    Messages& ListFor(std::int32_t when) const;
 
     std::shared_ptr<Lists> lists_;
     std::shared_ptr<Hook> hook_;  ///< null when no window is subclassed

@@ -4,12 +4,12 @@
 #include <functional>
 #include <memory>
 
-#include "infra/lifetime.h"
+#include "infra/alive_flag.h"
 
 namespace pellago {
 
-/// Implemented by the owners of timers. A timer does not keep its owner alive, and fires no more once it is
-/// gone.
+/// Implemented by the owners of timers. A timer does not keep its owner alive, and fires no more once the
+/// owner is gone.
 class iTimer {
 public:
     iTimer() = default;
@@ -17,13 +17,13 @@ public:
     iTimer(const iTimer&) = delete;
     iTimer& operator=(const iTimer&) = delete;
 
-    /// `lElapsedMS` is the time since the timer's start in milliseconds; it wraps with the tick count. What
-    /// it throws is lost.
-    virtual void iTimer_Fire(std::int32_t lElapsedMS) = 0;
+    /// `elapsed_ms` is the time since the timer's start in milliseconds; it wraps with the tick count. What
+    /// iTimer_Fire throws is lost.
+    virtual void iTimer_Fire(std::int32_t elapsed_ms) = 0;
 
 private:
     friend class cTimer;
-    Lifetime lifetime_;
+    AliveFlag alive_flag_;
 };
 
 /// A periodic timer that calls its owner's iTimer_Fire. Ticks that come while the owner is still inside a
@@ -35,8 +35,8 @@ public:
     cTimer(const cTimer&) = delete;
     cTimer& operator=(const cTimer&) = delete;
 
-    /// Fires every `nInterval` milliseconds; not at all when no timer can be started.
-    void start(std::int32_t nInterval, iTimer& Owner);
+    /// Fires every `interval_ms` milliseconds; not at all when no timer can be started.
+    void start(std::int32_t interval_ms, iTimer& owner);
 
 private:
     struct State;

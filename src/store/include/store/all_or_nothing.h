@@ -4,12 +4,13 @@
 
 namespace pellago {
 
-/// Writes of one scope that are kept together or not at all, under the file's write lock. Where somebody else
-/// holds that on the same connection, what he has written stays his own, to keep and to give up.
+/// Writes of one scope that are kept together or not at all, under the file's write lock. Where another
+/// routine (a run that is in progress) holds the lock on the same connection, that routine still decides
+/// whether its own writes are kept.
 class AllOrNothing final {
 public:
-    /// Throws RunTimeError, also where what somebody else wrote before is lost and he has still to hear of
-    /// it.
+    /// Throws RunTimeError, also where the writes of that other routine are lost and it has still to hear of
+    /// that.
     explicit AllOrNothing(Connection& connection);
     ~AllOrNothing();
     AllOrNothing(const AllOrNothing&) = delete;

@@ -18,7 +18,7 @@ public:
     /// On the database that setting "RSSDS" names, by default the program folder's RSS.MDB, which is made
     /// when it is not there.
     DE1();
-    /// On that file alone, which must exist; no setting is read or written.
+    /// On the file `database` alone, which must exist; no setting is read or written.
     explicit DE1(const std::string& database);
     ~DE1();
     DE1(const DE1&) = delete;
@@ -42,7 +42,7 @@ private:
 
 /// Where the news database is when no setting names one.
 std::string DefaultDatabase();
-/// Where it is: what setting "RSSDS" says, by default DefaultDatabase().
+/// Where the news database is: what setting "RSSDS" says, by default DefaultDatabase().
 std::string ChosenDatabase();
 
 }  // namespace pellago

@@ -25,8 +25,8 @@ struct ListedProvider {
 
 using SubscriptionList = std::vector<ListedProvider>;
 
-/// The providers and channels of a database, as all that finds and adds them does. In the middle of a run,
-/// too: the run's own recordsets stay where they are.
+/// Finds and adds providers and channels of a database, by the same rules for all who do. May be used in the
+/// middle of a run, too: the run's own recordsets stay where they are.
 class Subscriptions final {
 public:
     explicit Subscriptions(const DE1& database);
@@ -40,7 +40,7 @@ public:
     /// The channel is called by its address where the feed has no name.
     std::int32_t AddChannel(const ListedFeed& feed, std::int32_t provider);
 
-    /// So that the next run fetches the channel: itself and its provider, where they are switched off.
+    /// Makes the channel and its provider active, so that the next run fetches the channel.
     void SwitchOn(std::int32_t channel);
 
     /// Everything, providers and channels in the order of their ids.

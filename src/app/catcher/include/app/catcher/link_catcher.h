@@ -12,17 +12,17 @@ class QDropEvent;
 
 namespace pellago {
 
-/// The small, partly transparent window for links to be dropped on; each goes to a new object of class
-/// kLinkHandlerClass. It is moved by its body, and changed in its context menu. Its owner opens and closes
-/// it.
+/// The small, partly transparent window that links are dropped on; each link goes to a new object of class
+/// kLinkHandlerClass. The person moves the window by its body and sets it up in its context menu; its owner
+/// opens and closes it.
 class frmRSSLinkCatcher final : public Form {
 public:
-    /// `close` is what closes the catcher: its owner's way. Called from the message loop.
+    /// `close` is the owner's routine that closes the catcher. Called from the message loop.
     explicit frmRSSLinkCatcher(std::function<void()> close);
 
 private:
     void Form_Load() override;
-    void Form_QueryUnload(bool& Cancel, UnloadMode mode) override;
+    void Form_QueryUnload(bool& cancel, UnloadMode mode) override;
     void Form_Unload() override;
 
     void paintEvent(QPaintEvent* event) override;

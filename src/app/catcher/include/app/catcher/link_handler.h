@@ -24,7 +24,7 @@ public:
 /// The class that dropped links are handed to.
 inline constexpr const char* kLinkHandlerClass = "Corvane.LinkHandler";
 
-/// Number of the error of making an object of a class that nobody has registered.
+/// Number of the error "nobody has registered the class of the object that is to be made".
 inline constexpr std::int32_t kCannotCreateObject = 429;
 
 /// From now on objects of that class are made by `make`; an empty function takes the class back.

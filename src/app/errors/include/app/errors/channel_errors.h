@@ -21,7 +21,7 @@ public:
 
     /// Each entry holds four fields with a TAB between each two: feed address, channel id, channel name,
     /// error text.
-    void FillChannels(const std::vector<std::string>& ChannelErrors);
+    void FillChannels(const std::vector<std::string>& channel_errors);
 
 protected:
     void Form_Load() override;

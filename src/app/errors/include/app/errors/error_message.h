@@ -40,8 +40,8 @@ private:
     QPushButton* abort_;
 };
 
-/// Shows a report in the dialog and waits for the answer: 0 abort, 1 retry, 2 ignore. What the error handler
-/// of a program with windows uses.
+/// Shows a report in the dialog and waits for the answer: 0 abort, 1 retry, 2 ignore. The ErrorDialog of a
+/// program with windows.
 std::int32_t ShowErrorMessage(const std::string& report, const std::string& support_mail);
 
 }  // namespace pellago

@@ -23,7 +23,7 @@ public:
 
     /// The recordset filter that the texts in the columns' filter cells make, "" for none. Takes away the
     /// text over the time, which is no condition.
-    static std::string getFilter(std::vector<GridColumn>& Columns);
+    static std::string getFilter(std::vector<GridColumn>& columns);
 
 private:
     void Form_Load() override;

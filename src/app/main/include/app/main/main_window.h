@@ -43,6 +43,9 @@ inline constexpr std::int32_t kChannel = 3;
 /// catcher. A run is one long call that turns the message loop; everything here may be called inside it. The
 /// window may be unloaded inside it, too: what is still on the stack then finds it unloaded, and does no
 /// more.
+///
+/// Its bodies are in main_window.cpp (load, close, hide), download_control.cpp (a run), run_display.cpp (what
+/// is shown of a run), options.cpp, tray_control.cpp and forwarded_commands.cpp.
 class frmMain final : public Form,
                       private CDBUpdateEvents,
                       private frmSysTrayEvents,
@@ -69,7 +72,7 @@ public:
 private:
     void Form_Load() override;
     void Form_Resize() override;
-    void Form_QueryUnload(bool& Cancel, UnloadMode reason) override;
+    void Form_QueryUnload(bool& cancel, UnloadMode reason) override;
     void Form_Unload() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -94,8 +97,8 @@ private:
     void TellNoConnection();
     /// Null where there is no icon, as from an unload on.
     frmSysTray* Tray() const;
-    /// Does something with the tray window, if it is there. To be asked anew in each statement: the window
-    /// may be unloaded inside any of them.
+    /// Does something with the tray window, if there is one. To be called anew in each statement: the tray
+    /// window may be unloaded inside any of them.
     template <class Action>
     void WithTray(Action action) const {
         if (auto* tray = Tray()) action(*tray);
@@ -138,12 +141,12 @@ private:
     void MenuClick(std::int32_t index, const std::string& key) override;
 
     // Forwarded commands.
-    void iSubclass_Before(bool& bHandled, std::int32_t& lReturn, std::int32_t& hwnd, std::int32_t& uMsg,
-                          std::int32_t& wParam, std::int32_t& lParam) override;
-    void iSubclass_After(std::int32_t& lReturn, std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                         std::int32_t lParam) override;
+    void iSubclass_Before(bool& handled, std::int32_t& answer, std::int32_t& hwnd, std::int32_t& message,
+                          std::int32_t& w_param, std::int32_t& l_param) override;
+    void iSubclass_After(std::int32_t& answer, std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                         std::int32_t l_param) override;
     void Defer(std::int32_t message, std::int32_t param);
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
     void RunPending();
     void StartTimer(std::int32_t interval);
 
@@ -156,7 +159,7 @@ private:
     std::unique_ptr<ProgressDisplay> item_;
 
     std::unique_ptr<CDBUpdate> dbu_;  ///< there exactly while a run is in progress
-    // These stay when they are unloaded: their routines may be on the stack.
+    // These forms are not destroyed when they are unloaded: their routines may be on the stack.
     std::unique_ptr<frmSysTray> sys_tray_;
     std::unique_ptr<frmRSSLinkCatcher> link_catcher_;
     std::optional<std::vector<std::string>> channel_error_list_;

@@ -21,8 +21,8 @@ void RunAtStartUp(StartEntryMode mode, std::string name, std::string command);
 
 /// Writes a value of a key that is there: text, a 32-bit number or bytes. False when the key cannot be
 /// opened or written. Error 1001 "Unsupported value type", shown by the error handler, for any other type.
-bool SetRegistryValue(std::int32_t root, const std::string& subkey, const std::string& valueName,
+bool SetRegistryValue(std::int32_t root, const std::string& subkey, const std::string& value_name,
                       const Variant& value);
-bool DeleteRegistryValue(std::int32_t root, const std::string& subkey, const std::string& valueName);
+bool DeleteRegistryValue(std::int32_t root, const std::string& subkey, const std::string& value_name);
 
 }  // namespace pellago

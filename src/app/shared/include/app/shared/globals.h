@@ -15,17 +15,17 @@ class DE1;
 extern bool gShowMainWindow;
 extern bool gCloseRequested;
 extern bool gUpdateRequested;
-/// Of the provider or channel that the command line names, -1 for none.
+/// The provider and the channel that the command line names, -1 for none.
 extern std::int32_t gProviderID;
 extern std::int32_t gChannelID;
 /// Another instance was running at start.
 extern bool gAlreadyRunning;
 /// Held by the one instance that keeps running.
 extern std::unique_ptr<NamedMutex> gMutexHandle;
-/// Of the themed controls, a system colour.
+/// The background of the themed controls: a system colour.
 extern std::uint32_t gThemeBackColor;
 
-/// The windows' database, made when it is first asked for, and not opened by that.
+/// The database of all windows, made when it is first asked for; that does not open it.
 DE1& DataEnvironment();
 /// To be called when the last window is gone.
 void CloseDataEnvironment();

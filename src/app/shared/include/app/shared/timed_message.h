@@ -22,14 +22,14 @@ public:
 
     /// Plain text; what does not fit into the frame is cut off above and below.
     void Message(const std::string& text);
-    /// 10 when the form loads. The form closes about one second after they are over.
+    /// Seconds left; 10 when the form loads. The form closes about one second after they are over.
     void Seconds(std::int32_t seconds) { seconds_ = seconds; }
 
 private:
     void Form_Load() override;
     void Form_Activate() override;
     void Form_Unload() override;
-    void iTimer_Fire(std::int32_t lElapsedMS) override;
+    void iTimer_Fire(std::int32_t elapsed_ms) override;
 
     void ShowSeconds();
 

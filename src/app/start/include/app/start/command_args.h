@@ -15,9 +15,9 @@ namespace pellago {
 /// 0x80040000 + 18221 … 18224.
 class CCommandArgs final {
 public:
-    /// An empty or blank `CommandLine` takes that of the process, less a quote at either end.
-    void Init(const std::string& CommandLine, std::int32_t ArgumentStyle, const std::string& DelimiterChar,
-              const std::string& AssignmentChar);
+    /// An empty or blank `command_line` takes that of the process, less a quote at either end.
+    void Init(const std::string& command_line, std::int32_t argument_style, const std::string& delimiter,
+              const std::string& assignment);
 
     /// 1: an argument is taken whole. 2: it is a name, the assignment character and a value.
     std::int32_t ArgumentStyle() const { return argument_style_; }
@@ -34,12 +34,12 @@ public:
     std::int16_t Count();
     /// The text before the first assignment character, blanks around it included; the whole argument where it
     /// has none, and always in style 1.
-    std::string Name(std::int16_t Index);
-    /// `Index` is a position (a number, or text that reads as one) or an argument's key: its text before the
+    std::string Name(std::int16_t index);
+    /// `index` is a position (a number, or text that reads as one) or an argument's key: its text before the
     /// first assignment character, or all of it; case does not count. The value is the trimmed text after the
     /// first assignment character; the whole argument where that is empty or there is none, and always in
     /// style 1.
-    std::string Value(const Variant& Index);
+    std::string Value(const Variant& index);
 
 private:
     void ParseArguments();

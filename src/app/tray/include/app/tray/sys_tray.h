@@ -31,24 +31,24 @@ public:
 };
 
 /// The hidden window behind the icon in the notification area: it adds the icon as it loads and removes it
-/// as it unloads. Menu items count from 0.
+/// as it unloads. Menu items count from 0. The icon is in sys_tray.cpp, its menu in sys_tray_menu.cpp.
 class frmSysTray final : public Form {
 public:
     /// `events` must outlive the form.
     explicit frmSysTray(frmSysTrayEvents& events);
     ~frmSysTray() override;
 
-    /// `iconKind` is one of NIIF_…. At most 255 characters of text and 63 of title are shown.
-    void ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t iconKind,
-                        std::uint32_t timeoutMs);
+    /// `icon_kind` is one of NIIF_…. At most 255 characters of text and 63 of title are shown.
+    void ShowBalloonTip(const std::string& text, const std::string& title, std::uint32_t icon_kind,
+                        std::uint32_t timeout_ms);
     /// Shown as far as the record holds it, 127 characters today; an empty text changes nothing.
     void ToolTip(const std::string& text);
     void IconHandle(std::int32_t handle);
 
     /// Adds an item at the menu's end and returns its index. The caption "-" makes a separator; `key` comes
     /// back with MenuClick.
-    std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool isDefault);
-    /// Nothing for an index that is not in the menu, as with the next three.
+    std::int32_t AddMenuItem(const std::string& caption, const std::string& key, bool is_default);
+    /// This and the next three do nothing for an index that is not in the menu.
     void EnableMenuItem(std::int32_t index, bool enabled);
     void CheckMenuItem(std::int32_t index, bool checked);
     bool IsMenuItemChecked(std::int32_t index) const;
@@ -62,10 +62,10 @@ public:
 
 private:
     void Form_Load() override;
-    void Form_QueryUnload(bool& Cancel, UnloadMode mode) override;
+    void Form_QueryUnload(bool& cancel, UnloadMode mode) override;
     void Form_Unload() override;
-    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                 std::int32_t lParam) override;
+    std::int32_t WindowProcedure(std::int32_t hwnd, std::int32_t message, std::int32_t w_param,
+                                 std::int32_t l_param) override;
     void Form_MouseMove(std::int32_t code);
 
     void GetWindowsVersion();
@@ -81,7 +81,7 @@ private:
     bool shell_v5_ = false;                                  ///< the system knows balloons
     std::variant<NOTIFYICONDATAW, NOTIFYICONDATAA> record_;  ///< in the form that the system takes
     QMenu* menu_;
-    std::vector<QAction*> items_;  ///< owned by the menu; one that is checkable is checked
+    std::vector<QAction*> items_;  ///< owned by the menu; an item that is checkable is checked
     bool first_item_used_ = false;
     std::int32_t default_index_ = 0;
 };

@@ -8,8 +8,8 @@
 namespace pellago {
 
 /// Gets a message and answers it. What it throws is lost, and the answer is 0, as it is with no procedure.
-using WindowProcedure = std::function<std::int32_t(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam,
-                                                   std::int32_t lParam)>;
+using WindowProcedure = std::function<std::int32_t(std::int32_t hwnd, std::int32_t message,
+                                                   std::int32_t w_param, std::int32_t l_param)>;
 
 /// Enters a window into the table; the handle is above 0, and not used again soon after its window. Other
 /// processes reach it while the message loop runs. Where there was no message loop or no usable runtime
@@ -29,7 +29,7 @@ WindowProcedure SetWindowProcedure(std::int32_t hwnd, WindowProcedure procedure)
 /// meanwhile, but messages that arrive are answered, so that two processes can send to each other at once. 0
 /// at once for a window that is not there, and after 5 seconds for one that does not answer; such a one may
 /// still get the message later.
-std::int32_t SendMessage(std::int32_t hwnd, std::int32_t uMsg, std::int32_t wParam, std::int32_t lParam);
+std::int32_t SendMessage(std::int32_t hwnd, std::int32_t message, std::int32_t w_param, std::int32_t l_param);
 
 /// Takes in one message of another process, for those who wait in long calls; the message loop does not turn.
 /// To be called again and again.

@@ -6,9 +6,10 @@
 
 namespace pellago {
 
-/// What the owner was to hand over; a run that was not given it fails at the statement that needs it.
+/// A recordset or command that the engine's owner was to hand over. A run without it fails at the statement
+/// that needs it: throws RunTimeError kObjectNotSet.
 template <class Object>
-Object& Required(const std::shared_ptr<Object>& object) {
+Object& HandedOver(const std::shared_ptr<Object>& object) {
     if (!object)
         throw RunTimeError(error_number::kObjectNotSet, "", "Object variable or With block variable not set");
     return *object;

@@ -1,4 +1,4 @@
-#include "all_kinds.h"
+#include "address_cases.h"
 #include "platform/loop/thread_timer.h"
 #include "support/a_run.h"
 #include "support/wait_until.h"
@@ -44,9 +44,9 @@ protected:
     static constexpr std::size_t kChannels = 200;
 
     TheSameRun() {
-        for (const auto& kind : AllKinds(server, nowhere)) {
-            server.Answer("/" + kind.name, kind.reply);
-            kinds.push_back(kind);
+        for (const auto& address_case : AllAddressCases(server, nowhere)) {
+            server.Answer("/" + address_case.name, address_case.reply);
+            cases.push_back(address_case);
         }
         WriteFile(folder_ / "feed.xml", Feed(Item("of a file", "l/file")));
         const Reply feed{.body = Feed(Item("one at a time", "l/one"))};
@@ -59,7 +59,7 @@ protected:
         }
     }
 
-    /// Every kind on hosts by turns, in between what is special in the address or in the host.
+    /// Every case on hosts by turns, in between what is special in the address or in the host.
     std::vector<Subscription> Subscriptions() const {
         std::vector<Subscription> all = {
             {"NULL", false},
@@ -83,8 +83,8 @@ protected:
                  {&leaving_waiting, &refusing, &closing_leaving_waiting, &closing_refusing})
                 all.push_back({Quoted(each->Url("/" + std::to_string(path))), true});
         for (int turn = 0; all.size() < kChannels; ++turn) {
-            const auto& kind = kinds.at(static_cast<std::size_t>(turn) % kinds.size());
-            all.push_back({Quoted(server.Url("/" + kind.name, 1 + turn % 11)), kind.loads});
+            const auto& address_case = cases.at(static_cast<std::size_t>(turn) % cases.size());
+            all.push_back({Quoted(server.Url("/" + address_case.name, 1 + turn % 11)), address_case.loads});
         }
         return all;
     }
@@ -168,7 +168,7 @@ protected:
         }
     }
 
-    std::vector<Kind> kinds;
+    std::vector<AddressCase> cases;
     std::map<std::string, std::optional<bool>> loads;
     HttpServer nowhere{Connecting::kNone};
     HttpServer leaving_waiting{Connecting::kOneOthersWait};

@@ -1,4 +1,4 @@
-#include "all_kinds.h"
+#include "address_cases.h"
 
 #include "support/a_run.h"
 
@@ -36,7 +36,7 @@ Reply WithCharset(const std::string& charset, const std::string& title, const st
             .etag = etag};
 }
 
-std::vector<Kind> WholeFeeds() {
+std::vector<AddressCase> WholeFeeds() {
     const auto gzip = Gzip(SmallFeed("gzip"));
     return {
         {"plain", true, {.body = SmallFeed("plain")}},
@@ -77,10 +77,10 @@ std::vector<Kind> WholeFeeds() {
 }
 
 /// Feeds whose validators a client may keep, and those that it should better not send back.
-std::vector<Kind> ValidatedFeeds() {
+std::vector<AddressCase> ValidatedFeeds() {
     const auto feed = [](const std::string& name, Reply reply) {
         reply.body = SmallFeed(name);
-        return Kind{name, true, std::move(reply)};
+        return AddressCase{name, true, std::move(reply)};
     };
     return {
         feed("etag", {.etag = "\"1\""}),
@@ -99,7 +99,7 @@ std::vector<Kind> ValidatedFeeds() {
     };
 }
 
-std::vector<Kind> BrokenFeeds() {
+std::vector<AddressCase> BrokenFeeds() {
     const auto feed = SmallFeed("broken");
     const auto gzip = Gzip(feed);
     return {
@@ -126,7 +126,7 @@ std::vector<Kind> BrokenFeeds() {
     };
 }
 
-std::vector<Kind> Failures() {
+std::vector<AddressCase> Failures() {
     return {
         {"gone", false, Status(404)},
         {"error", false, Status(500)},
@@ -139,8 +139,8 @@ std::vector<Kind> Failures() {
     };
 }
 
-std::vector<Kind> Redirects(const HttpServer& server, const HttpServer& nowhere) {
-    std::vector<Kind> kinds = {
+std::vector<AddressCase> Redirects(const HttpServer& server, const HttpServer& nowhere) {
+    std::vector<AddressCase> cases = {
         {"to-a-feed", true, Redirect("/plain")},
         {"to-an-etag",
          true,
@@ -156,19 +156,19 @@ std::vector<Kind> Redirects(const HttpServer& server, const HttpServer& nowhere)
         {"hop-0", true, Redirect("/plain")},
     };
     for (int hop = 1; hop <= 5; ++hop)
-        kinds.push_back({"hop-" + std::to_string(hop), hop < 5,
+        cases.push_back({"hop-" + std::to_string(hop), hop < 5,
                          Redirect(server.Url("/hop-" + std::to_string(hop - 1), 20 + hop))});
-    return kinds;
+    return cases;
 }
 
 }  // namespace
 
-std::vector<Kind> AllKinds(const HttpServer& server, const HttpServer& nowhere) {
-    std::vector<Kind> kinds;
+std::vector<AddressCase> AllAddressCases(const HttpServer& server, const HttpServer& nowhere) {
+    std::vector<AddressCase> cases;
     for (const auto& part :
          {WholeFeeds(), ValidatedFeeds(), BrokenFeeds(), Failures(), Redirects(server, nowhere)})
-        kinds.insert(kinds.end(), part.begin(), part.end());
-    return kinds;
+        cases.insert(cases.end(), part.begin(), part.end());
+    return cases;
 }
 
 }  // namespace pellago::test

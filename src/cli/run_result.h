@@ -21,7 +21,7 @@ struct ChannelResult {
 };
 
 /// What a run has done, as the database tells it.
-struct RunRecord {
+struct RunResult {
     std::optional<std::int32_t> session;
     std::optional<DateTime> start;
     std::optional<DateTime> end;
@@ -34,23 +34,23 @@ struct RunRecord {
 };
 
 /// "8 channels, 2 failed, 35 new items"
-std::string Summary(const RunRecord& record);
+std::string Summary(const RunResult& run);
 
-/// The record as a JSON document; every character outside ASCII is escaped, so that it can be shown anywhere.
-std::string RunDocument(const RunRecord& record);
+/// The run as a JSON document; every character outside ASCII is escaped, so that it can be shown anywhere.
+std::string RunDocument(const RunResult& run);
 
 /// Follows the log and session rows of one run on an open database.
-class RunReader final {
+class RunResultReader final {
 public:
     /// To be made before the run starts.
-    explicit RunReader(const DE1& database);
+    explicit RunResultReader(const DE1& database);
 
     /// The current row of rsAllChannels.
     ChannelResult CurrentChannel() const;
-    /// Adds a channel to the record, with what its new log rows say.
-    const ChannelResult& Add(ChannelResult result, RunRecord& record);
+    /// Adds a channel to the run, with what its new log rows say.
+    const ChannelResult& Add(ChannelResult result, RunResult& run);
     /// Adds what the run wrote of itself, when it has ended.
-    void Finish(RunRecord& record);
+    void Finish(RunResult& run);
 
 private:
     void ReadNewRows(ChannelResult& result);

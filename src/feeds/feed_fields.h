@@ -8,7 +8,7 @@
 namespace pellago {
 
 /// The text of the first match of `path`; a path that finds nothing leaves the field as it is.
-inline void ReadValue(const XmlNode& node, std::string_view path, std::string& field) {
+inline void ReadField(const XmlNode& node, std::string_view path, std::string& field) {
     if (const auto found = node.SelectSingleNode(path)) field = found->Text();
 }
 

@@ -10,7 +10,7 @@
 #include "platform/windows/named_mutex.h"
 #include "platform/windows/window_messages.h"
 
-// What the main window shows of a run, and tells others.
+// What the main window shows of a run, and tells the sibling product.
 namespace pellago {
 namespace {
 
@@ -23,14 +23,14 @@ void ShowStep(ProgressDisplay& display, const char* kind, const std::string& nam
             display.Line(kind + name + " (" + std::to_string(index) + "/" + std::to_string(count) + ")");
         });
         run([&] {
-            // Of nothing there is no share: the bar stays as it was.
+            // With a count of 0 there is no share (LongFromDouble throws): the bar stays as it was.
             const auto share = static_cast<double>(index) / count * 100;
             display.Progress(LongFromDouble(share), Percent(share));
         });
     });
 }
 
-/// As long as SendMessage waits for an answer.
+/// SendMessage waits so long for an answer.
 constexpr std::uint32_t kHangsMs = 5000;
 
 /// The sibling product reads the same database.
@@ -45,12 +45,11 @@ std::int32_t SiblingWindow() {
 }  // namespace
 
 void frmMain::OnStatusText(const std::string& text) {
-    IgnoringErrors([&](Statements& run) { run([&] { item_->Line(text); }); });
+    Try([&] { item_->Line(text); });
 }
 
 void frmMain::OnItemProgress(std::int32_t percent) {
-    IgnoringErrors(
-        [&](Statements& run) { run([&] { item_->Progress(percent, std::to_string(percent) + " %"); }); });
+    Try([&] { item_->Progress(percent, std::to_string(percent) + " %"); });
 }
 
 void frmMain::OnProvider(const std::string& name, std::int32_t index, std::int32_t count) {
@@ -87,7 +86,7 @@ void frmMain::OnChannelDone(const Variant& /*name*/, std::int32_t channel_id) {
         if (window == 0) return;
         const auto sent = GetTickCount();
         run([&] { SendMessage(window, WM_CMD_UPDATE_CHANNEL, channel_id, 0); });
-        // One that does not answer would hold up every channel of the run for as long.
+        // A sibling that does not answer would hold up every channel of the run for as long.
         sibling_hangs_ = GetTickCount() - sent >= kHangsMs;
     });
 }

@@ -4,13 +4,13 @@
 
 namespace pellago {
 
-/// A member of an object that others reach through a plain pointer: it tells them whether the object is still
-/// there.
-class Lifetime final {
+/// A member of an object that others reach through a plain pointer, by which they know whether the object is
+/// still there.
+class AliveFlag final {
 public:
-    Lifetime() = default;
-    Lifetime(const Lifetime&) = delete;
-    Lifetime& operator=(const Lifetime&) = delete;
+    AliveFlag() = default;
+    AliveFlag(const AliveFlag&) = delete;
+    AliveFlag& operator=(const AliveFlag&) = delete;
 
     /// Expires with the object.
     std::weak_ptr<const bool> Watch() const { return alive_; }

@@ -11,9 +11,9 @@
 namespace pellago::test {
 
 /// A form that tells what happens to it.
-class TellingForm final : public Form {
+class RecordingForm final : public Form {
 public:
-    explicit TellingForm(BorderStyle border = BorderStyle::kSizable) : Form("frmTelling", border) {
+    explicit RecordingForm(BorderStyle border = BorderStyle::kSizable) : Form("frmRecording", border) {
         resize(300, 200);
     }
 

@@ -1,4 +1,4 @@
-#include "stand_before.h"
+#include "modal_window.h"
 
 #include <QApplication>
 #include <QPointer>
@@ -9,8 +9,8 @@
 
 namespace pellago {
 
-void StandBeforeActiveWindow(QWidget& window) {
-    // Only dialogs are kept before others.
+void MakeWindowModal(QWidget& window) {
+    // Window managers keep only dialogs before other windows.
     const auto type = window.windowType() == Qt::Window ? Qt::Dialog : window.windowType();
     const auto hints = window.windowFlags() & ~(Qt::WindowType_Mask | Qt::WindowMinimizeButtonHint);
     ChangeWindowFlags(window, type | hints | Qt::CustomizeWindowHint);
@@ -20,7 +20,7 @@ void StandBeforeActiveWindow(QWidget& window) {
     window.windowHandle()->setTransientParent(active->windowHandle());
 }
 
-void StandAlone(QWidget& window, Qt::WindowFlags flags) {
+void MakeWindowOrdinary(QWidget& window, Qt::WindowFlags flags) {
     ChangeWindowFlags(window, flags);
     if (auto* handle = window.windowHandle()) handle->setTransientParent(nullptr);
 }
@@ -29,7 +29,7 @@ void BringModalWindowBack(const QWidget& window) {
     const QPointer<QWidget> modal(QApplication::activeModalWidget());
     if (!modal || modal == &window) return;
     modal->setWindowState(modal->windowState() & ~Qt::WindowMinimized);
-    // Its own handlers may have ended it.
+    // The change of state runs the modal window's own handlers, which may have ended it.
     if (!modal || modal != QApplication::activeModalWidget()) return;
     modal->show();
     modal->raise();
