@@ -41,6 +41,20 @@ frmErrorMessage::frmErrorMessage()
       retry_(new QPushButton(buttons_)),
       abort_(new QPushButton(buttons_)) {
     setWindowTitle(QStringLiteral("Error"));
+    ShapeTexts();
+    FillButtonRow();
+    auto* layout = new QVBoxLayout(this);  // owned by the form
+    layout->addWidget(title_caption_);
+    layout->addWidget(text_, 1);
+    layout->addWidget(buttons_);
+    abort_->setFocus();
+    const QSize text_size(text_->fontMetrics().averageCharWidth() * kColumns,
+                          text_->fontMetrics().lineSpacing() * kLines);
+    const QSize around = sizeHint() - text_->sizeHint();
+    resize((text_size + around).expandedTo(sizeHint()).boundedTo(screen()->availableSize() * 9 / 10));
+}
+
+void frmErrorMessage::ShapeTexts() {
     title_caption_->setObjectName(QStringLiteral("elaTitleCaption"));
     title_caption_->setTextFormat(Qt::PlainText);
     title_caption_->setWordWrap(true);
@@ -53,7 +67,9 @@ frmErrorMessage::frmErrorMessage()
     text_->setReadOnly(true);
     text_->setTabChangesFocus(true);
     text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+}
 
+void frmErrorMessage::FillButtonRow() {
     buttons_->setObjectName(QStringLiteral("elaButtons"));
     auto* row = new QHBoxLayout(buttons_);  // owned by the button row
     row->setContentsMargins(0, 0, 0, 0);
@@ -67,16 +83,6 @@ frmErrorMessage::frmErrorMessage()
     OnClick(retry_, [this] { Answer(kRetry); });
     OnClick(abort_, [this] { Answer(kAbort); });
     CancelButton(abort_);
-
-    auto* layout = new QVBoxLayout(this);  // owned by the form
-    layout->addWidget(title_caption_);
-    layout->addWidget(text_, 1);
-    layout->addWidget(buttons_);
-    abort_->setFocus();
-    const QSize text_size(text_->fontMetrics().averageCharWidth() * kColumns,
-                          text_->fontMetrics().lineSpacing() * kLines);
-    const QSize around = sizeHint() - text_->sizeHint();
-    resize((text_size + around).expandedTo(sizeHint()).boundedTo(screen()->availableSize() * 9 / 10));
 }
 
 void frmErrorMessage::AddButton(QPushButton* button, const char* name, const QString& caption) {

@@ -25,7 +25,7 @@ constexpr const char* kTables =
 
 constexpr auto kPatience = std::chrono::milliseconds(100);  // with a lock of another process, or a slow disk
 constexpr std::size_t kLongestLine = 4096;                  // bytes
-constexpr std::int64_t kDay = 24 * 60 * 60;                 // seconds
+constexpr std::int64_t kDay = std::int64_t{24} * 60 * 60;   // seconds
 constexpr std::int64_t kLongestRetry = 7 * kDay;
 
 bool IsPlainLine(const std::string& text) {

@@ -25,6 +25,8 @@ public:
 private:
     void Form_Activate() override;
 
+    void ShapeTexts();
+    void FillButtonRow();
     void AddButton(QPushButton* button, const char* name, const QString& caption);
     void Answer(const std::string& tag);
     void Send();
