@@ -18,7 +18,6 @@
 #include "platform/files/file_lock.h"
 #include "platform/files/file_replacement.h"
 #include "platform/files/program.h"
-#include "platform/registry/registry.h"
 #include "platform/registry/registry_text.h"
 #include "platform/values/date_time.h"
 #include "platform/values/run_time_error.h"

@@ -7,8 +7,6 @@
 
 namespace pellago {
 
-enum class RegResult : std::int32_t;
-
 /// One registry as a file, shared between processes. A change is: lock, read, write a temporary file, flush,
 /// rename; so readers need no lock, and a crash leaves the old file or the new one. A damaged file is renamed
 /// to "….damaged-" and the time, and reported on stderr; it is never overwritten.

@@ -14,7 +14,6 @@
 namespace pellago {
 
 inline constexpr std::uint32_t REG_SZ = 1;
-inline constexpr std::uint32_t REG_EXPAND_SZ = 2;
 inline constexpr std::uint32_t REG_BINARY = 3;
 inline constexpr std::uint32_t REG_DWORD = 4;
 
@@ -32,6 +31,15 @@ struct RegistryValue {
     std::optional<std::int32_t> Number() const;
 
     friend bool operator==(const RegistryValue&, const RegistryValue&) = default;
+};
+
+/// The classic result numbers.
+enum class RegResult : std::int32_t {
+    kSuccess = 0,
+    kFileNotFound = 2,
+    kAccessDenied = 5,      ///< the root's file cannot be read or written, or the key has subkeys
+    kInvalidParameter = 87  ///< no such root; a name that is too long, not UTF-8, or holds a NUL (a key's
+                            ///< name: any control character); a path that is too deep
 };
 
 /// One key. Paths are names separated by "\"; empty names in them count for nothing.
