@@ -21,6 +21,7 @@
 #include "http_url.h"
 #include "network_routes.h"
 #include "platform/registry/registry.h"
+#include "platform/values/replaceable.h"
 
 namespace pellago {
 namespace {
@@ -135,15 +136,7 @@ bool IsSwitchedOffline() {
     return value && value->Number().value_or(0) != 0;
 }
 
-std::function<ConnectionState()>& Replacement() {
-    static std::function<ConnectionState()> replacement;
-    return replacement;
-}
-
-}  // namespace
-
-ConnectionState InternetGetConnectedStateEx() {
-    if (Replacement()) return Replacement()();
+ConnectionState StateUnlessSwitchedOff() {
     auto state = StateOfMachineOrEnvironment();
     if (IsSwitchedOffline()) {
         state.connected = false;
@@ -152,6 +145,12 @@ ConnectionState InternetGetConnectedStateEx() {
     return state;
 }
 
+Replaceable connection_state(StateUnlessSwitchedOff);
+
+}  // namespace
+
+ConnectionState InternetGetConnectedStateEx() { return connection_state(); }
+
 bool InternetSetConnectedState(std::uint32_t state) {
     if (state != INTERNET_STATE_CONNECTED && state != INTERNET_STATE_DISCONNECTED_BY_USER) return false;
     const auto value = RegistryValue::FromNumber(state == INTERNET_STATE_DISCONNECTED_BY_USER ? 1 : 0);
@@ -159,6 +158,8 @@ bool InternetSetConnectedState(std::uint32_t state) {
            RegSetValueEx(HKEY_CURRENT_USER, kSwitchKey, kSwitch, value) == RegResult::kSuccess;
 }
 
-void ReplaceConnectionState(std::function<ConnectionState()> ask) { Replacement() = std::move(ask); }
+void ReplaceConnectionState(std::function<ConnectionState()> ask) {
+    connection_state.Replace(std::move(ask));
+}
 
 }  // namespace pellago
