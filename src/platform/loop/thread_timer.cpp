@@ -39,7 +39,7 @@ protected:
     void timerEvent(QTimerEvent* event) noexcept override {
         const auto found = running_.find(event->timerId());
         if (found == running_.end()) return;
-        // The callback may kill its own timer and must outlive that.
+        // Kept alive, since the callback may kill its own timer.
         const auto callback = found->second;
         (*callback)(GetTickCount());
     }

@@ -81,7 +81,7 @@ TimeZoneInformation SystemTimeZone() {
     TimeZoneInformation zone;
     zone.bias = west;
     if (parts.tm_isdst > 0) {
-        // The zone's standard time; what is missing to the time in effect is the daylight part.
+        // `timezone` is the bias of standard time, and the rest of the bias in effect is the daylight part.
         zone.bias = static_cast<std::int32_t>(timezone / 60);
         zone.daylight_bias = west - zone.bias;
         zone.daylight_in_effect = true;

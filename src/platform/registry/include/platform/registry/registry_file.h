@@ -12,7 +12,7 @@ namespace pellago {
 /// to "….damaged-" and the time, and reported on stderr; it is never overwritten.
 class RegistryFile final {
 public:
-    /// A link is followed, and stays one.
+    /// Where `path` is a link, the file is the one that it leads to, and the link stays.
     explicit RegistryFile(const std::string& path);
 
     /// Empty when the file is missing, damaged or cannot be read.

@@ -18,6 +18,7 @@ inline constexpr std::uint32_t REG_BINARY = 3;
 inline constexpr std::uint32_t REG_DWORD = 4;
 
 /// A value's type and bytes: REG_SZ is UTF-8 text with its closing NUL, REG_DWORD four bytes, lowest first.
+/// Values of other types than the three above come from other programs, and are kept as they are.
 struct RegistryValue {
     std::uint32_t type = REG_SZ;
     Bytes data;
