@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "infra/process_objects.h"
+#include "infra/setting_names.h"
 #include "made_database.h"
 
 namespace pellago::bench {
@@ -13,11 +14,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
-constexpr const char* kSection = "Settings";
-constexpr const char* kWindow = "hWnd";
-
 void Setting(const std::string& name, const std::string& value) {
-    gAppSettings->SaveSetting(kSection, name, Variant(value));
+    gAppSettings->SaveSetting(kSettingsSection, name, Variant(value));
 }
 
 void WaitUntil(const MeasuredProgram& program, const std::function<bool()>& condition) {
@@ -43,9 +41,9 @@ TestBed::TestBed() {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("QT_LOGGING_RULES", "default.warning=false", 1);  // that platform tells what it cannot do
     CreateProcessObjects();
-    Setting("AutoUpdate", "0");
+    Setting(setting_name::kAutoUpdate, "0");
     // That of the terminal program: the lowest, which is the default, is another wall time.
-    Setting("ProcessPriority", "3");
+    Setting(setting_name::kProcessPriority, "3");
 }
 
 TestBed::~TestBed() {
@@ -64,7 +62,7 @@ std::vector<std::string> TestBed::Addresses(int count) const {
 Cost TestBed::With(const std::string& setting, const std::string& value, const std::function<Cost()>& run) {
     Setting(setting, value);
     const auto cost = run();
-    gAppSettings->DeleteSetting(kSection, setting);
+    gAppSettings->DeleteSetting(kSettingsSection, setting);
     return cost;
 }
 
@@ -78,7 +76,7 @@ void TestBed::Subscribe(const std::vector<std::string>& addresses) {
     // ones, and the next run would pay for that.
     setenv("XDG_CACHE_HOME", (folder_ / ("cache" + number)).c_str(), 1);
     MakeDatabase(path_, addresses);
-    Setting("RSSDS", path_);
+    Setting(setting_name::kDatabase, path_);
     database_ = std::make_unique<Connection>();
     database_->DataSource(path_);
 }
@@ -98,9 +96,11 @@ Cost TestBed::Terminal(int expected_status) const {
 }
 
 Cost TestBed::Tray() {
-    Setting(kWindow, "0");
+    Setting(setting_name::kWindow, "0");
     MeasuredProgram tray(PELLAGOD, {});
-    WaitUntil(tray, [] { return CLng(gAppSettings->GetSetting(kSection, kWindow, Variant(0))) > 0; });
+    WaitUntil(tray, [] {
+        return CLng(gAppSettings->GetSetting(kSettingsSection, setting_name::kWindow, Variant(0))) > 0;
+    });
     const auto start = Clock::now();
     MeasuredProgram(PELLAGOD, {"--update"}).Wait();
     WaitUntil(tray, [&] { return RunHasEnded(); });

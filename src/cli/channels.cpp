@@ -2,10 +2,9 @@
 
 #include "cli/verbs.h"
 #include "database.h"
-#include "feed_address.h"
+#include "platform/values/addresses.h"
 #include "store/all_or_nothing.h"
 #include "store/subscriptions.h"
-#include "store/web_address.h"
 
 namespace pellago::cli {
 namespace {
@@ -21,7 +20,7 @@ void PrintChannel(const Context& context, Recordset& row) {
 // Somebody who types "example.org/feed" means no file; a list may name a file that is still to come.
 std::string AddressToAdd(const std::string& text) {
     auto address = FeedAddress(text, fs::current_path());
-    if (address.rfind("file://", 0) == 0 && !HasScheme(text) && !fs::exists(text))
+    if (address.starts_with("file://") && SchemeOf(text).empty() && !fs::exists(text))
         throw Failure(ExitStatus::kInputMissing,
                       "there is no file " + text + "; an address begins with http:// or https://");
     return address;

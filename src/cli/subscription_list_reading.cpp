@@ -4,11 +4,10 @@
 #include <utility>
 
 #include "cli/exit_status.h"
-#include "feed_address.h"
 #include "platform/loop/message_loop.h"
+#include "platform/values/addresses.h"
 #include "platform/values/text.h"
 #include "platform/xml/xml_document.h"
-#include "store/web_address.h"
 #include "subscription_list.h"
 
 namespace pellago::cli {

@@ -1,5 +1,5 @@
+#include "platform/values/addresses.h"
 #include "platform/values/text.h"
-#include "store/web_address.h"
 #include "subscription_list.h"
 
 namespace pellago::cli {
@@ -25,7 +25,7 @@ std::string XmlAttribute(const std::string& name, const std::string& value) {
 
 // A page that a feed did not name stands in the database as a text that is no address.
 std::string PageAttribute(const std::string& page) {
-    return HasScheme(page) ? XmlAttribute("htmlUrl", page) : std::string();
+    return SchemeOf(page).empty() ? std::string() : XmlAttribute("htmlUrl", page);
 }
 
 // The standard's own mark for an outline that is there but takes no part.

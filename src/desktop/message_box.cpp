@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "modal_window.h"
+#include "platform/values/replaceable.h"
 
 namespace pellago {
 namespace {
@@ -72,10 +73,7 @@ void SetText(QMessageBox& box, const QString& text) {
     if (!is_whole) box.setDetailedText(text);
 }
 
-std::function<void()>& Beep() {
-    static std::function<void()> beep;
-    return beep;
-}
+Replaceable message_beep(QApplication::beep);
 
 }  // namespace
 
@@ -99,13 +97,8 @@ MessageBoxAnswer ShowMessageBoxWindow(const MessageBoxRequest& request) {
     return Answer::kOk;
 }
 
-void MessageBeep() {
-    if (Beep())
-        Beep()();
-    else
-        QApplication::beep();
-}
+void MessageBeep() { message_beep(); }
 
-void ReplaceMessageBeep(std::function<void()> beep) { Beep() = std::move(beep); }
+void ReplaceMessageBeep(std::function<void()> beep) { message_beep.Replace(std::move(beep)); }
 
 }  // namespace pellago

@@ -6,6 +6,7 @@
 #include "infra/app_settings.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "infra/setting_names.h"
 #include "platform/loop/message_loop.h"
 #include "platform/values/text.h"
 
@@ -18,14 +19,15 @@ constexpr std::int32_t kMostAhead = 128;  // transfers: each takes a descriptor
 HttpSession::Settings SessionSettings() {
     HttpSession::Settings settings{.time_out = kTimeOut};
     const auto setting = [](const char* name, std::int32_t otherwise) {
-        return gAppSettings ? CLng(gAppSettings->GetSetting("Settings", name, Variant(otherwise)))
+        return gAppSettings ? CLng(gAppSettings->GetSetting(kSettingsSection, name, Variant(otherwise)))
                             : otherwise;
     };
     IgnoringErrors([&](Statements& run) {
         run([&] {
-            settings.read_ahead = std::clamp(setting("ReadAhead", settings.read_ahead), 0, kMostAhead);
+            settings.read_ahead =
+                std::clamp(setting(setting_name::kReadAhead, settings.read_ahead), 0, kMostAhead);
         });
-        run([&] { settings.cache = setting("HttpCache", 1) != 0; });
+        run([&] { settings.cache = setting(setting_name::kHttpCache, 1) != 0; });
     });
     return settings;
 }

@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "infra/setting_names.h"
 #include "platform/files/program.h"
 #include "store/schema.h"
 
@@ -76,12 +77,16 @@ std::shared_ptr<Recordset> DE1::Recordsets(const std::string& name) const {
 void DE1::CnnRSS_WillConnect() {
     Guarded("Corvane.DE1.CnnRSS_WillConnect", [&](Statements& run) {
         run([&] { connection_->DataSource(ChosenDatabase()); });
-        run([&] { gAppSettings->SaveSetting("Settings", "RSSDS", Variant(connection_->DataSource())); });
+        run([&] {
+            gAppSettings->SaveSetting(kSettingsSection, setting_name::kDatabase,
+                                      Variant(connection_->DataSource()));
+        });
     });
 }
 
 std::string ChosenDatabase() {
-    return CStr(gAppSettings->GetSetting("Settings", "RSSDS", Variant(DefaultDatabase())));
+    return CStr(
+        gAppSettings->GetSetting(kSettingsSection, setting_name::kDatabase, Variant(DefaultDatabase())));
 }
 
 std::string DefaultDatabase() { return JoinPath(ProgramFolder(), "RSS.MDB"); }

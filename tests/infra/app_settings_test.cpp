@@ -54,7 +54,7 @@ TEST_F(Settings, AnswerTheDefaultForWhatIsNotThereOrOfAnotherType) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "quenlith"));
     const std::string key = "Software\\QUENLITH\\CORVANE\\Settings";
     RegCreateKeyEx(HKEY_CURRENT_USER, key);
-    for (const auto type : {REG_BINARY, REG_EXPAND_SZ, REG_DWORD}) {
+    for (const auto type : {REG_BINARY, 2U, REG_DWORD}) {
         RegSetValueEx(HKEY_CURRENT_USER, key, "x", {type, {'a', 0}});
         EXPECT_EQ(settings_.GetSetting("Settings", "x", 7), Variant(7)) << type;
     }

@@ -1,16 +1,14 @@
 #include "app/catcher/channel_subscriber.h"
 
-#include <QUrl>
-
+#include "platform/values/addresses.h"
 #include "store/all_or_nothing.h"
 #include "store/subscriptions.h"
-#include "store/web_address.h"
 
 namespace pellago {
 
 void ChannelSubscriber::HandleLink(const Variant& link) {
     const auto address = WebAddress(CStr(link));
-    if (address.empty() || !QUrl(QString::fromStdString(address)).isValid()) return;
+    if (address.empty()) return;
     AllOrNothing writes(*database_.CnnRSS());
     Subscriptions subscriptions(database_);
     auto channel = subscriptions.FindChannel(address);

@@ -21,12 +21,12 @@
 #include "desktop/layered_window.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "infra/setting_names.h"
 #include "platform/loop/message_loop.h"
 
 namespace pellago {
 namespace {
 
-constexpr const char* kSection = "Settings";
 constexpr std::int32_t kDefaultTopmost = 1;
 constexpr std::int32_t kDefaultStep = 4;
 
@@ -56,7 +56,7 @@ const OpacityStep& StepOf(std::int32_t number) {
 }
 
 std::int32_t Setting(const char* name, std::int32_t otherwise) {
-    return CLng(gAppSettings->GetSetting(kSection, name, Variant(otherwise)));
+    return CLng(gAppSettings->GetSetting(kSettingsSection, name, Variant(otherwise)));
 }
 
 // Without a stored place the catcher stays where it is; other windows are centred then.
@@ -115,9 +115,9 @@ void frmRSSLinkCatcher::Form_Load() {
         const auto screen = run([&] { return Desktop(); });
         run([&] { move(screen.right - width() * 3 / 2, screen.bottom - height() * 2); });
         run([&] { RestorePosition(*this); });
-        run([&] { topmost_ = Setting("CatcherTopmost", kDefaultTopmost); });
+        run([&] { topmost_ = Setting(setting_name::kCatcherTopmost, kDefaultTopmost); });
         run([&] { Topmost(topmost_); });
-        run([&] { opacity_step_ = Setting("Opacity", kDefaultStep); });
+        run([&] { opacity_step_ = Setting(setting_name::kOpacity, kDefaultStep); });
         run([&] { Opacity(opacity_step_); });
     });
 }
@@ -135,8 +135,12 @@ void frmRSSLinkCatcher::Form_Unload() {
         run([&] { menu_.close(); });
         grab_point_.reset();
         run([&] { SetTopmost(*this, false); });
-        run([&] { gAppSettings->SaveSetting(kSection, "Opacity", Variant(opacity_step_)); });
-        run([&] { gAppSettings->SaveSetting(kSection, "CatcherTopmost", Variant(topmost_)); });
+        run([&] {
+            gAppSettings->SaveSetting(kSettingsSection, setting_name::kOpacity, Variant(opacity_step_));
+        });
+        run([&] {
+            gAppSettings->SaveSetting(kSettingsSection, setting_name::kCatcherTopmost, Variant(topmost_));
+        });
         run([&] { gFormRestore->SavePosition(*this); });
     });
 }

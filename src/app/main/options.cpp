@@ -14,6 +14,7 @@
 #include "desktop/message_box.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "infra/setting_names.h"
 #include "main_window_controls.h"
 #include "platform/files/program.h"
 #include "platform/system/process_priority.h"
@@ -22,7 +23,6 @@
 namespace pellago {
 namespace {
 
-constexpr const char* kSection = "Settings";
 constexpr const char* kStartEntry = "Corvane";
 constexpr std::int32_t kMillisecondsPerMinute = 60000;
 /// More do not fit into the timer's 32-bit interval in milliseconds.
@@ -30,12 +30,13 @@ constexpr std::int32_t kLongestInterval = 35791;
 constexpr std::int32_t kDefaultPriority = 5;
 
 void LoadBox(QCheckBox& box, const char* name) {
-    const auto value = CLng(gAppSettings->GetSetting(kSection, name, Variant(box.isChecked() ? 1 : 0)));
+    const auto value =
+        CLng(gAppSettings->GetSetting(kSettingsSection, name, Variant(box.isChecked() ? 1 : 0)));
     if (value == 0 || value == 1) box.setChecked(value == 1);
 }
 
 void SaveBox(const QCheckBox& box, const char* name) {
-    gAppSettings->SaveSetting(kSection, name, Variant(box.isChecked() ? 1 : 0));
+    gAppSettings->SaveSetting(kSettingsSection, name, Variant(box.isChecked() ? 1 : 0));
 }
 
 std::string TextOf(const QLineEdit& box) { return box.text().toStdString(); }
@@ -52,18 +53,19 @@ bool IsValid(const QLineEdit& box) {
 void frmMain::LoadSettings() {
     IgnoringErrors([&](Statements& run) {
         const auto& c = *controls_;
-        run([&] { LoadBox(*c.chkAutoStart, "AutoStart"); });
-        run([&] { LoadBox(*c.chkAutoUpdate, "AutoUpdate"); });
+        run([&] { LoadBox(*c.chkAutoStart, setting_name::kAutoStart); });
+        run([&] { LoadBox(*c.chkAutoUpdate, setting_name::kAutoUpdate); });
         run([&] { c.chkStartInTray->setChecked(!gShowMainWindow); });
         run([&] {
-            const auto number = gAppSettings->GetSetting(kSection, "Number", Variant(TextOf(*c.txtNumber)));
+            const auto number = gAppSettings->GetSetting(kSettingsSection, setting_name::kInterval,
+                                                         Variant(TextOf(*c.txtNumber)));
             c.txtNumber->setText(QString::fromStdString(CStr(number)));
         });
-        run([&] { LoadBox(*c.chkSilent, "Silent"); });
-        run([&] { LoadBox(*c.chkShowChannelsErrors, "ChannelErrors"); });
+        run([&] { LoadBox(*c.chkSilent, setting_name::kSilent); });
+        run([&] { LoadBox(*c.chkShowChannelsErrors, setting_name::kChannelErrors); });
         run([&] {
-            const auto stored =
-                CLng(gAppSettings->GetSetting(kSection, "ProcessPriority", Variant(kDefaultPriority)));
+            const auto stored = CLng(gAppSettings->GetSetting(
+                kSettingsSection, setting_name::kProcessPriority, Variant(kDefaultPriority)));
             const bool known = stored >= 0 && stored < c.cbProcessPriority->count();
             c.cbProcessPriority->setCurrentIndex(known ? stored : -1);
         });
@@ -74,14 +76,17 @@ void frmMain::LoadSettings() {
 void frmMain::SaveSettings() {
     IgnoringErrors([&](Statements& run) {
         const auto& c = *controls_;
-        run([&] { SaveBox(*c.chkAutoStart, "AutoStart"); });
-        run([&] { SaveBox(*c.chkAutoUpdate, "AutoUpdate"); });
-        run([&] { SaveBox(*c.chkStartInTray, "StartInTray"); });
-        run([&] { gAppSettings->SaveSetting(kSection, "Number", Variant(TextOf(*c.txtNumber))); });
-        run([&] { SaveBox(*c.chkSilent, "Silent"); });
-        run([&] { SaveBox(*c.chkShowChannelsErrors, "ChannelErrors"); });
+        run([&] { SaveBox(*c.chkAutoStart, setting_name::kAutoStart); });
+        run([&] { SaveBox(*c.chkAutoUpdate, setting_name::kAutoUpdate); });
+        run([&] { SaveBox(*c.chkStartInTray, setting_name::kStartInTray); });
         run([&] {
-            gAppSettings->SaveSetting(kSection, "ProcessPriority",
+            gAppSettings->SaveSetting(kSettingsSection, setting_name::kInterval,
+                                      Variant(TextOf(*c.txtNumber)));
+        });
+        run([&] { SaveBox(*c.chkSilent, setting_name::kSilent); });
+        run([&] { SaveBox(*c.chkShowChannelsErrors, setting_name::kChannelErrors); });
+        run([&] {
+            gAppSettings->SaveSetting(kSettingsSection, setting_name::kProcessPriority,
                                       Variant(std::int32_t{c.cbProcessPriority->currentIndex()}));
         });
         run([&] { ApplyPriority(); });

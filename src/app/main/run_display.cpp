@@ -4,6 +4,7 @@
 #include "desktop/progress_display.h"
 #include "infra/app_settings.h"
 #include "infra/guarded_routine.h"
+#include "infra/setting_names.h"
 #include "main_window_controls.h"
 #include "platform/loop/thread_timer.h"
 #include "platform/values/text.h"
@@ -39,7 +40,7 @@ bool SiblingRuns() { return NamedMutex("QZL_MUTEX").AlreadyExisted(); }
 std::int32_t SiblingWindow() {
     CAppSettings settings;
     settings.Init("Quenlith", "Lumaret");
-    return CLng(settings.GetSetting("Settings", "hWnd", Variant(0)));
+    return CLng(settings.GetSetting(kSettingsSection, setting_name::kWindow, Variant(0)));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "desktop/application.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "infra/setting_names.h"
 #include "platform/files/program.h"
 #include "platform/loop/long_wait.h"
 #include "platform/loop/termination_signal.h"
@@ -21,9 +22,6 @@
 
 namespace pellago {
 namespace {
-
-constexpr const char* kSection = "Settings";
-constexpr const char* kWindow = "hWnd";
 
 bool Names(const std::vector<std::string>& arguments, const std::string& name) {
     return std::any_of(arguments.begin(), arguments.end(), [&](const auto& argument) {
@@ -38,7 +36,7 @@ struct Message {
 
 /// Sends messages to the instance that runs already, if its window is known from the settings.
 void Forward(std::initializer_list<Message> messages) {
-    const auto window = CLng(gAppSettings->GetSetting(kSection, kWindow, Variant(0)));
+    const auto window = CLng(gAppSettings->GetSetting(kSettingsSection, setting_name::kWindow, Variant(0)));
     if (window <= 0) return;
     for (const auto& message : messages) SendMessage(window, message.number, message.param, 0);
 }
@@ -64,7 +62,7 @@ void HandOver() {
 }
 
 void StoreWindow(const frmMain& window) {
-    gAppSettings->SaveSetting(kSection, kWindow, Variant(window.hWnd()));
+    gAppSettings->SaveSetting(kSettingsSection, setting_name::kWindow, Variant(window.hWnd()));
 }
 
 void StartRequestedRun(frmMain& window) {
@@ -155,7 +153,8 @@ int Main(const std::vector<std::string>& arguments) {
     IgnoringErrors([&](Statements& run) {
         gShowMainWindow = true;
         run([&] {
-            gShowMainWindow = CLng(gAppSettings->GetSetting(kSection, "StartInTray", Variant(0))) != 1;
+            gShowMainWindow =
+                CLng(gAppSettings->GetSetting(kSettingsSection, setting_name::kStartInTray, Variant(0))) != 1;
         });
         run([&] { ReadSwitches(arguments); });
         if (gCloseRequested) run([&] { Forward({{WM_CMD_CLOSE, 0}}); });

@@ -28,7 +28,8 @@ FileLock::FileLock(const std::string& path, std::chrono::milliseconds patience)
 }
 
 FileLock::~FileLock() {
-    // A child on its way to another program may have the file open for a moment longer.
+    // Said to the kernel, and not left to the closing of the file: a program that is being started holds our
+    // descriptors for a moment.
     if (IsHeld() && file_.IsOpen()) flock(file_.Get(), LOCK_UN);
 }
 

@@ -40,7 +40,7 @@ mode_t WithoutUmask(fs::perms rights) {
 }
 
 /// Owner and rights of the file that is to be replaced: a change made by root leaves a user's file the
-/// user's. Where the group cannot be kept, the new one may do no more than everybody.
+/// user's. Where the group cannot be kept, the new group may do no more than everybody.
 bool TakeRights(int file, const fs::path& path, fs::perms new_rights) {
     struct stat before {};
     if (stat(path.c_str(), &before) != 0) return fchmod(file, WithoutUmask(new_rights)) == 0;
@@ -51,7 +51,7 @@ bool TakeRights(int file, const fs::path& path, fs::perms new_rights) {
     return fchmod(file, rights) == 0;
 }
 
-/// A file's draft, gone when it was not put into its place.
+/// The new contents under a temporary name beside the file; removed unless they were put in its place.
 class Draft final {
 public:
     explicit Draft(const fs::path& path)

@@ -22,7 +22,7 @@ const fs::path& Executable() {
     static const fs::path executable = [] {
         std::error_code failure;
         auto path = fs::read_symlink("/proc/self/exe", failure).string();
-        // The kernel says so of a program whose file was replaced while it ran, by an update for example.
+        // What the kernel adds for a program whose file was replaced while it runs, by an update for example.
         constexpr std::string_view kReplaced = " (deleted)";
         if (path.ends_with(kReplaced)) path.resize(path.size() - kReplaced.size());
         return fs::path(path);

@@ -7,15 +7,15 @@
 namespace pellago {
 namespace {
 
-std::function<bool()>& Asked() {
+std::function<bool()>& GoOn() {
     static std::function<bool()> go_on;
     return go_on;
 }
 
 }  // namespace
 
-void OnLongWait(std::function<bool()> go_on) { Asked() = std::move(go_on); }
+void OnLongWait(std::function<bool()> go_on) { GoOn() = std::move(go_on); }
 
-bool LongWaitGoesOn() { return !TerminationSignalled() && (!Asked() || Asked()()); }
+bool LongWaitGoesOn() { return !TerminationSignalled() && (!GoOn() || GoOn()()); }
 
 }  // namespace pellago

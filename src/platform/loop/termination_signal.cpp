@@ -19,7 +19,8 @@ constexpr std::array kSignals{SIGHUP, SIGINT, SIGTERM};
 volatile sig_atomic_t write_end = -1;
 volatile sig_atomic_t signalled = 0;
 
-// Only what is safe in the middle of anything: the loop does the rest.
+// The handler does only what is safe in the middle of anything (signal-safety(7)): it hands the signal to the
+// loop through a pipe.
 void SignalArrived(int signal) {
     const int error = errno;
     signalled = 1;

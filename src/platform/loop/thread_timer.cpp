@@ -9,6 +9,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/values/replaceable.h"
 #include "platform/values/run_time_error.h"
 
 namespace pellago {
@@ -38,7 +39,7 @@ protected:
     void timerEvent(QTimerEvent* event) noexcept override {
         const auto found = running_.find(event->timerId());
         if (found == running_.end()) return;
-        // The callback may kill its own timer and must outlive that.
+        // Kept alive, since the callback may kill its own timer.
         const auto callback = found->second;
         (*callback)(GetTickCount());
     }
@@ -49,10 +50,9 @@ private:
 
 QPointer<Timers> timers;
 
-std::function<std::int32_t(std::int32_t)>& IntervalReplacement() {
-    static std::function<std::int32_t(std::int32_t)> replacement;
-    return replacement;
-}
+std::int32_t SameInterval(std::int32_t interval) { return interval; }
+
+Replaceable interval_of_timers(SameInterval);
 
 Timers& AllTimers() {
     if (auto* known = timers.data()) return *known;
@@ -72,12 +72,11 @@ std::uint32_t GetTickCount() {
 }
 
 std::int32_t SetTimer(std::int32_t interval, std::function<void(std::uint32_t tick_count)> callback) {
-    const auto& replacement = IntervalReplacement();
-    return AllTimers().Start(replacement ? replacement(interval) : interval, std::move(callback));
+    return AllTimers().Start(interval_of_timers(interval), std::move(callback));
 }
 
 void ReplaceTimerInterval(std::function<std::int32_t(std::int32_t interval)> replacement) {
-    IntervalReplacement() = std::move(replacement);
+    interval_of_timers.Replace(std::move(replacement));
 }
 
 bool KillTimer(std::int32_t id) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "http_url.h"
+#include "platform/values/addresses.h"
 #include "platform/values/date_time.h"
 #include "platform/values/text.h"
 #include "read_ahead.h"
@@ -200,7 +201,7 @@ bool HttpExchange::IsFramingError(CURLcode result) const {
         case CURLE_GOT_NOTHING:
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
-            return !request_.IsAnswered() && url_.starts_with("https:");
+            return !request_.IsAnswered() && SchemeOf(url_) == "https";
         default:
             return false;
     }

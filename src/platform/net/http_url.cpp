@@ -52,4 +52,8 @@ std::string RedirectedUrl(const std::string& from, const std::string& to) {
     return Part(target, CURLUPART_URL);
 }
 
+std::string ProxyHost(const std::string& address) {
+    return Part(Parsed(address, CURLU_NON_SUPPORT_SCHEME | CURLU_GUESS_SCHEME), CURLUPART_HOST);
+}
+
 }  // namespace pellago

@@ -1,7 +1,6 @@
 #include "platform/net/internet_state.h"
 
 #include <arpa/inet.h>
-#include <curl/curl.h>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <net/if_arp.h>
@@ -19,8 +18,10 @@
 #include <utility>
 #include <vector>
 
+#include "http_url.h"
 #include "network_routes.h"
 #include "platform/registry/registry.h"
+#include "platform/values/replaceable.h"
 
 namespace pellago {
 namespace {
@@ -92,25 +93,13 @@ bool IsLoopback(const std::string& host) {
     return host == "localhost" || host == "[::1]";
 }
 
-/// The host of a proxy's address, read as the HTTP library reads it.
-std::string HostOf(const char* proxy) {
-    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> url(curl_url(), curl_url_cleanup);
-    char* host = nullptr;
-    if (curl_url_set(url.get(), CURLUPART_URL, proxy, CURLU_NON_SUPPORT_SCHEME | CURLU_GUESS_SCHEME) !=
-            CURLUE_OK ||
-        curl_url_get(url.get(), CURLUPART_HOST, &host, 0) != CURLUE_OK)
-        return {};
-    const std::unique_ptr<char, decltype(&curl_free)> owner(host, curl_free);
-    return host;
-}
-
 /// The hosts of the proxies that HTTP transfers go through. HTTP_PROXY is not among them, because on a web
 /// server anybody can set it.
 std::vector<std::string> ProxyHosts() {
     std::vector<std::string> hosts;
     for (const char* variable : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
         const char* proxy = std::getenv(variable);
-        if (proxy && *proxy) hosts.push_back(HostOf(proxy));
+        if (proxy && *proxy) hosts.push_back(ProxyHost(proxy));
     }
     return hosts;
 }
@@ -147,15 +136,7 @@ bool IsSwitchedOffline() {
     return value && value->Number().value_or(0) != 0;
 }
 
-std::function<ConnectionState()>& Replacement() {
-    static std::function<ConnectionState()> replacement;
-    return replacement;
-}
-
-}  // namespace
-
-ConnectionState InternetGetConnectedStateEx() {
-    if (Replacement()) return Replacement()();
+ConnectionState StateUnlessSwitchedOff() {
     auto state = StateOfMachineOrEnvironment();
     if (IsSwitchedOffline()) {
         state.connected = false;
@@ -164,6 +145,12 @@ ConnectionState InternetGetConnectedStateEx() {
     return state;
 }
 
+Replaceable connection_state(StateUnlessSwitchedOff);
+
+}  // namespace
+
+ConnectionState InternetGetConnectedStateEx() { return connection_state(); }
+
 bool InternetSetConnectedState(std::uint32_t state) {
     if (state != INTERNET_STATE_CONNECTED && state != INTERNET_STATE_DISCONNECTED_BY_USER) return false;
     const auto value = RegistryValue::FromNumber(state == INTERNET_STATE_DISCONNECTED_BY_USER ? 1 : 0);
@@ -171,6 +158,8 @@ bool InternetSetConnectedState(std::uint32_t state) {
            RegSetValueEx(HKEY_CURRENT_USER, kSwitchKey, kSwitch, value) == RegResult::kSuccess;
 }
 
-void ReplaceConnectionState(std::function<ConnectionState()> ask) { Replacement() = std::move(ask); }
+void ReplaceConnectionState(std::function<ConnectionState()> ask) {
+    connection_state.Replace(std::move(ask));
+}
 
 }  // namespace pellago

@@ -20,7 +20,7 @@ struct Command {
     std::string arguments;
 };
 
-/// Nothing for a name that is no file name of its own.
+/// The entry's file; nothing for a name that no file can have.
 std::optional<fs::path> EntryFile(const std::string& name) {
     if (name.empty() || name.find_first_of(std::string_view("/\0", 2)) != std::string::npos)
         return std::nullopt;
@@ -37,13 +37,13 @@ Command Split(const std::string& command) {
     return {command.substr(0, end), command.substr(end)};
 }
 
-/// As one argument of an Exec key.
+/// `text` as one argument of an entry's key "Exec" (Desktop Entry Specification).
 std::string Quoted(std::string_view text) {
     std::string quoted = "\"";
     for (const char c : text) {
         if (std::string_view("\"`$\\").find(c) != std::string_view::npos) quoted += '\\';
         quoted += c;
-        // A single one begins a field code.
+        // A single "%" would begin a field code.
         if (c == '%') quoted += c;
     }
     return quoted + '"';
@@ -65,7 +65,7 @@ std::string ExecOf(const std::string& command) {
     return exec;
 }
 
-/// As the value of a key of type string.
+/// `text` as the value of an entry's key of type string.
 std::string Escaped(std::string_view text) {
     auto escaped = Replace(text, "\\", R"(\\)");
     escaped = Replace(escaped, "\n", R"(\n)");

@@ -50,7 +50,7 @@ bool IsValueName(const std::string& name) {
     return Len(name) <= kMaxValueName && IsUtf8(name) && name.find('\0') == std::string::npos;
 }
 
-/// Changes the root's own key, which `change` gets.
+/// Lets `change` work on the key of the root itself.
 RegResult ChangeRoot(std::int32_t root, const std::string& path,
                      const std::function<RegResult(RegistryNode& root_key)>& change) {
     const auto where = RootOf(root);
@@ -58,7 +58,7 @@ RegResult ChangeRoot(std::int32_t root, const std::string& path,
     return where->file.Change([&](RegistryNode& registry) { return change(registry.Make(where->name)); });
 }
 
-/// Changes the key at `path`, which must be there.
+/// Lets `change` work on the key at `path`; kFileNotFound when there is no such key.
 RegResult ChangeKey(std::int32_t root, const std::string& path,
                     const std::function<RegResult(RegistryNode& key)>& change) {
     return ChangeRoot(root, path, [&](RegistryNode& root_key) {

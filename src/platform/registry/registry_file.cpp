@@ -18,7 +18,6 @@
 #include "platform/files/file_lock.h"
 #include "platform/files/file_replacement.h"
 #include "platform/files/program.h"
-#include "platform/registry/registry.h"
 #include "platform/registry/registry_text.h"
 #include "platform/values/date_time.h"
 #include "platform/values/run_time_error.h"
@@ -43,7 +42,7 @@ struct Loaded {
 
 /// The file's bytes, none when it is missing; nothing when it cannot be read.
 std::optional<std::string> FileBytes(const std::string& path) {
-    // Not blocking, lest a pipe under that name hold the program.
+    // Without waiting: if the path is a pipe, nobody may ever write to it.
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.IsOpen()) return errno == ENOENT ? std::optional(std::string()) : std::nullopt;
     struct stat status {};
@@ -66,7 +65,7 @@ Loaded Load(const std::string& path) {
     return {outcome, std::move(parsed.registry), parsed.damaged_line};
 }
 
-/// Of a file of its own, since the registry's is replaced by every change.
+/// The lock is on a file of its own, since every change puts another file in the registry's place.
 FileLock LockOf(const std::string& path) { return FileLock(path + ".lock", kLockPatience); }
 
 bool WriteRegistry(const std::string& path, const std::string& text) {
@@ -95,7 +94,7 @@ std::string FreeNameFor(const std::string& path) {
     return free;
 }
 
-/// Under the lock.
+/// To be called under the lock.
 bool SetAside(const std::string& path, std::size_t damaged_line) {
     const auto aside = FreeNameFor(path);
     if (rename(path.c_str(), aside.c_str()) != 0) return false;
@@ -104,7 +103,7 @@ bool SetAside(const std::string& path, std::size_t damaged_line) {
     return true;
 }
 
-/// The file as it stands, a damaged one set aside. Under the lock.
+/// What the file holds; nothing when it is damaged, and then it is set aside. To be called under the lock.
 Loaded LoadOrSetAside(const std::string& path) {
     auto loaded = Load(path);
     if (loaded.outcome == Outcome::kDamaged)
@@ -124,7 +123,8 @@ RegistryFile::RegistryFile(const std::string& path) : path_(LinkTarget(path).str
 RegistryNode RegistryFile::Read() const {
     auto loaded = Load(path_);
     if (loaded.outcome != Outcome::kDamaged) return std::move(loaded.registry);
-    // Read again under the lock: another process may have set the file aside, and made a sound one.
+    // Read again under the lock: in the meantime another process may have set the damaged file aside and made
+    // a sound one.
     const auto damaged_line = loaded.damaged_line;
     if (const auto lock = LockOf(path_); lock.IsHeld()) loaded = LoadOrSetAside(path_);
     if (loaded.outcome != Outcome::kSound) ReportOnce(path_, damaged_line);

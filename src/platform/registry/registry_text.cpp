@@ -80,7 +80,7 @@ private:
         EndLine();
     }
 
-    // A key's name may hold brackets: the last one of the line closes.
+    // A key's name may hold brackets: the last bracket of the line is the one that closes it.
     void Key() {
         Need("[");
         const auto line = text_.substr(at_, text_.find('\n', at_) - at_);

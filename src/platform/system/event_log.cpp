@@ -4,23 +4,23 @@
 
 #include <utility>
 
+#include "platform/values/replaceable.h"
+
 namespace pellago {
 namespace {
 
-std::function<void(const std::string&)>& Replacement() {
-    static std::function<void(const std::string&)> replacement;
-    return replacement;
-}
-
-}  // namespace
-
-void WriteEventLogError(const std::string& text) {
-    if (Replacement()) return Replacement()(text);
+void WriteToSyslog(const std::string& text) {
     openlog("Pellago", LOG_PID, LOG_USER);
     syslog(LOG_ERR, "%s", text.c_str());
     closelog();
 }
 
-void ReplaceEventLog(std::function<void(const std::string&)> log) { Replacement() = std::move(log); }
+Replaceable event_log(WriteToSyslog);
+
+}  // namespace
+
+void WriteEventLogError(const std::string& text) { event_log(text); }
+
+void ReplaceEventLog(std::function<void(const std::string&)> log) { event_log.Replace(std::move(log)); }
 
 }  // namespace pellago

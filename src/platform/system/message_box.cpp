@@ -5,15 +5,11 @@
 #include <iostream>
 #include <utility>
 
+#include "platform/values/replaceable.h"
 #include "platform/values/terminal_text.h"
 
 namespace pellago {
 namespace {
-
-std::function<MessageBoxAnswer(const MessageBoxRequest&)>& Shower() {
-    static std::function<MessageBoxAnswer(const MessageBoxRequest&)> shower;
-    return shower;
-}
 
 MessageBoxAnswer FirstButton(MessageBoxButtons buttons) {
     static constexpr std::array<MessageBoxAnswer, 6> kFirst = {
@@ -22,11 +18,11 @@ MessageBoxAnswer FirstButton(MessageBoxButtons buttons) {
     return kFirst.at(static_cast<std::size_t>(buttons));
 }
 
+Replaceable message_box(PrintMessageBox);
+
 }  // namespace
 
-MessageBoxAnswer ShowMessageBox(const MessageBoxRequest& request) {
-    return Shower() ? Shower()(request) : PrintMessageBox(request);
-}
+MessageBoxAnswer ShowMessageBox(const MessageBoxRequest& request) { return message_box(request); }
 
 MessageBoxAnswer PrintMessageBox(const MessageBoxRequest& request) {
     std::cerr << TerminalText(request.caption) << ": " << TerminalText(request.text) << '\n' << std::flush;
@@ -34,7 +30,7 @@ MessageBoxAnswer PrintMessageBox(const MessageBoxRequest& request) {
 }
 
 void UseMessageBox(std::function<MessageBoxAnswer(const MessageBoxRequest&)> show) {
-    Shower() = std::move(show);
+    message_box.Replace(std::move(show));
 }
 
 }  // namespace pellago

@@ -33,7 +33,7 @@ std::optional<int> NiceOf(std::uint32_t priority_class) {
     return std::nullopt;
 }
 
-/// Those that would have to change; the one with the highest nice value first.
+/// The threads of this process with another nice value than `nice`; the one with the highest value first.
 std::vector<Thread> ThreadsWithout(int nice) {
     std::vector<Thread> threads;
     std::error_code failure;
@@ -51,13 +51,13 @@ std::vector<Thread> ThreadsWithout(int nice) {
 
 }  // namespace
 
-// Here a nice value belongs to a thread. To go up is refused to all threads alike and to go down to none: so
-// those that go up come first, and a refusal finds nothing changed.
+// On Linux a nice value belongs to a thread. A process without privilege may raise every nice value and lower
+// none. So the threads whose value is to be lowered come first: if that is refused, nothing has changed yet.
 bool SetPriorityClass(std::uint32_t priority_class) {
     const auto nice = NiceOf(priority_class);
     if (!nice) return false;
-    // Again until none is left, for a thread begins with the nice value of the one that made it. The bound is
-    // for systems that take the call and do nothing.
+    // Repeated until no such thread is left, since one that starts meanwhile begins with the nice value of
+    // the thread that made it. The bound is for systems that accept the call and do nothing.
     constexpr int kPasses = 16;
     for (int pass = 0; pass < kPasses; ++pass) {
         const auto threads = ThreadsWithout(*nice);

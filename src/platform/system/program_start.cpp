@@ -13,10 +13,10 @@
 namespace pellago {
 namespace {
 
-/// How the new program is to begin.
-class Beginning final {
+/// The attributes that a new program is started with.
+class StartAttributes final {
 public:
-    explicit Beginning(const std::string& directory) {
+    explicit StartAttributes(const std::string& directory) {
         posix_spawnattr_init(&attributes_);
         posix_spawn_file_actions_init(&actions_);
         sigset_t signals;
@@ -30,14 +30,14 @@ public:
             error_ = posix_spawn_file_actions_addchdir_np(&actions_, directory.c_str());
         if (error_ == 0) error_ = posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
     }
-    ~Beginning() {
+    ~StartAttributes() {
         posix_spawn_file_actions_destroy(&actions_);
         posix_spawnattr_destroy(&attributes_);
     }
-    Beginning(const Beginning&) = delete;
-    Beginning& operator=(const Beginning&) = delete;
+    StartAttributes(const StartAttributes&) = delete;
+    StartAttributes& operator=(const StartAttributes&) = delete;
 
-    /// The program's errno and id.
+    /// The errno of the start, 0 when it succeeded, and the new process's id.
     std::pair<int, pid_t> Spawn(const std::vector<std::string>& command) const {
         if (error_ != 0) return {error_, 0};
         std::vector<char*> arguments;
@@ -89,7 +89,7 @@ StartedProgram StartProgram(const std::vector<std::string>& command, const std::
     try {
         const WithoutSignals quiet;
         std::thread([command, directory, start = std::move(start), end = std::move(end)]() mutable {
-            const auto [failure, id] = Beginning(directory).Spawn(command);
+            const auto [failure, id] = StartAttributes(directory).Spawn(command);
             start.set_value(failure);
             if (failure == 0) end.set_value(WaitFor(id));
         }).detach();

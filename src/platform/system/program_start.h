@@ -12,8 +12,8 @@ struct StartedProgram {
 };
 
 /// Starts the program at the absolute path `command[0]` in `directory` (the present one when empty): in a
-/// session of its own, with default signals and without our descriptors beyond the standard ones. It is
-/// collected when it ends, whether the caller waits or not.
+/// session of its own, with default signals and without our descriptors beyond the standard ones. Its process
+/// is waited for by a thread, so that it leaves no zombie when the caller does not wait.
 StartedProgram StartProgram(const std::vector<std::string>& command, const std::string& directory);
 
 }  // namespace pellago

@@ -45,7 +45,7 @@ bool SessionBusCall::Answers(const QDBusMessage& call) {
 
 void ForgetDumbSessionBus() {
     SessionBusCall bus;
-    // One that is not there keeps nobody waiting, and may be started on demand.
+    // A bus that cannot be connected to keeps nobody waiting, and may be started on demand.
     if (bus.IsConnected() && !bus.Greet()) qputenv(kAddressVariable, "unix:path=/dev/null");
 }
 

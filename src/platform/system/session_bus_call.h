@@ -7,8 +7,9 @@
 
 namespace pellago {
 
-/// A connection of its own to the session bus, which may have come or changed since the last one, with 5
-/// seconds for all that is asked. The bus is greeted from here: the library's own greeting knows no limit.
+/// A new connection to the session bus, since the bus may have been started or replaced after the last call,
+/// with 5 seconds for all calls together. The bus is greeted by Greet, for Qt's own greeting has no time
+/// limit.
 class SessionBusCall final {
 public:
     SessionBusCall();
@@ -17,8 +18,9 @@ public:
     SessionBusCall& operator=(const SessionBusCall&) = delete;
 
     bool IsConnected() const { return bus_.isConnected(); }
-    /// Comes before any other call.
+    /// To be called before Answers; false when the bus does not answer.
     bool Greet();
+    /// Makes a call; false when it fails or the time is over.
     bool Answers(const QDBusMessage& call);
 
 private:

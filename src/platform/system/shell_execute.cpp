@@ -6,12 +6,11 @@
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
-#include <string_view>
 
+#include "platform/values/addresses.h"
 #include "platform/values/text.h"
 #include "program_start.h"
 
@@ -29,17 +28,7 @@ bool Exists(const fs::path& file) {
     return fs::exists(file, failure);
 }
 
-bool HasScheme(std::string_view text) {
-    const auto is_letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
-    const auto is_scheme = [&](char c) {
-        return is_letter(c) || (c >= '0' && c <= '9') || c == '+' || c == '.' || c == '-';
-    };
-    const auto scheme = text.substr(0, text.find(':'));
-    return scheme.size() >= 2 && scheme.size() < text.size() && is_letter(scheme[0]) &&
-           std::ranges::all_of(scheme, is_scheme);
-}
-
-bool IsLink(const std::string& text) { return HasScheme(text) && !Exists(text); }
+bool IsLink(const std::string& text) { return SchemeOf(text).size() >= 2 && !Exists(text); }
 
 /// Why a file cannot be opened; kSuccess when it can.
 std::int32_t Accessibility(const std::string& file) {

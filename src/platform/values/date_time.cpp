@@ -9,6 +9,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/values/replaceable.h"
 #include "platform/values/run_time_error.h"
 
 namespace pellago {
@@ -22,16 +23,6 @@ constexpr sys_days kZeroDay = std::chrono::year{1899} / 12 / 30;
 
 constexpr std::int64_t SecondsAt(int year) {
     return (sys_days{std::chrono::year{year} / 1 / 1} - kZeroDay).count() * kSecondsPerDay;
-}
-
-std::function<DateTime()>& Clock() {
-    static std::function<DateTime()> clock;
-    return clock;
-}
-
-std::function<TimeZoneInformation()>& Zone() {
-    static std::function<TimeZoneInformation()> zone;
-    return zone;
 }
 
 std::tm BrokenDown(DateTime date) {
@@ -75,6 +66,34 @@ int Digits(std::string_view text, std::size_t at, std::size_t length) {
     return failure == std::errc() && end == first + length && value >= 0 ? value : -1;
 }
 
+DateTime SystemNow() {
+    const auto now = std::time(nullptr);
+    std::tm parts{};
+    localtime_r(&now, &parts);
+    return FromBrokenDown(parts);
+}
+
+TimeZoneInformation SystemTimeZone() {
+    const auto now = std::time(nullptr);
+    std::tm parts{};
+    localtime_r(&now, &parts);
+    const auto west = static_cast<std::int32_t>(-parts.tm_gmtoff / 60);
+    TimeZoneInformation zone;
+    zone.bias = west;
+    if (parts.tm_isdst > 0) {
+        // `timezone` is the bias of standard time, and the rest of the bias in effect is the daylight part.
+        zone.bias = static_cast<std::int32_t>(timezone / 60);
+        zone.daylight_bias = west - zone.bias;
+        zone.daylight_in_effect = true;
+    }
+    // Readers only ask whether there is such a month. Which one it is the system does not tell.
+    zone.daylight_month = daylight != 0 ? 3 : 0;
+    return zone;
+}
+
+Replaceable system_clock(SystemNow);
+Replaceable zone_of_machine(SystemTimeZone);
+
 }  // namespace
 
 DateTime DateTime::FromSeconds(std::int64_t seconds) {
@@ -100,17 +119,11 @@ DateTime ComposeDate(int year, int month, int day, int hour, int minute, int sec
                                  std::int64_t{minute} * 60 + second);
 }
 
-DateTime Now() {
-    if (Clock()) return Clock()();
-    const auto now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    return FromBrokenDown(parts);
-}
+DateTime Now() { return system_clock(); }
 
 std::int64_t UnixTime() { return static_cast<std::int64_t>(std::time(nullptr)); }
 
-void ReplaceClock(std::function<DateTime()> clock) { Clock() = std::move(clock); }
+void ReplaceClock(std::function<DateTime()> clock) { system_clock.Replace(std::move(clock)); }
 
 std::string ColumnText(DateTime date) {
     const auto parts = BrokenDown(date);
@@ -148,25 +161,8 @@ std::string ShortDateText(DateTime date) { return Formatted(date, "%x"); }
 std::string LongTimeText(DateTime date) { return Formatted(date, "%X"); }
 std::string DefaultText(DateTime date) { return ShortDateText(date) + " " + LongTimeText(date); }
 
-TimeZoneInformation GetTimeZoneInformation() {
-    if (Zone()) return Zone()();
-    const auto now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    const auto west = static_cast<std::int32_t>(-parts.tm_gmtoff / 60);
-    TimeZoneInformation zone;
-    zone.bias = west;
-    if (parts.tm_isdst > 0) {
-        // The zone's standard time; what is missing to the time in effect is the daylight part.
-        zone.bias = static_cast<std::int32_t>(timezone / 60);
-        zone.daylight_bias = west - zone.bias;
-        zone.daylight_in_effect = true;
-    }
-    // The month is only asked whether there is one; which one the system's zone files do not tell directly.
-    zone.daylight_month = daylight != 0 ? 3 : 0;
-    return zone;
-}
+TimeZoneInformation GetTimeZoneInformation() { return zone_of_machine(); }
 
-void ReplaceTimeZone(std::function<TimeZoneInformation()> zone) { Zone() = std::move(zone); }
+void ReplaceTimeZone(std::function<TimeZoneInformation()> zone) { zone_of_machine.Replace(std::move(zone)); }
 
 }  // namespace pellago

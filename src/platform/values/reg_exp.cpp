@@ -9,6 +9,8 @@
 
 namespace pellago {
 
+// PCRE2 itself, for QRegularExpression makes a string and a heap object of every match: a date of a feed
+// would take 0.57 and not 0.19 microseconds.
 struct RegExp::Compiled {
     Compiled(std::string_view pattern, bool ignore_case) {
         int error = 0;

@@ -20,14 +20,16 @@ QString ToQt(std::string_view text) {
     throw RunTimeError(number, "", description);
 }
 
-std::string_view TrimmedView(std::string_view text) {
-    const auto first = text.find_first_not_of(' ');
+std::string_view Without(std::string_view around, std::string_view text) {
+    const auto first = text.find_first_not_of(around);
     if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+    return text.substr(first, text.find_last_not_of(around) - first + 1);
 }
 
+std::string_view WithoutBlanks(std::string_view text) { return Without(" ", text); }
+
 std::optional<double> Number(std::string_view text) {
-    text = TrimmedView(text);
+    text = WithoutBlanks(text);
     if (text.starts_with('+')) {
         text.remove_prefix(1);
         if (text.starts_with('-')) return std::nullopt;
@@ -51,7 +53,9 @@ std::size_t SequenceLength(char lead) {
 
 }  // namespace
 
-std::string Trim(std::string_view text) { return std::string(TrimmedView(text)); }
+std::string Trim(std::string_view text) { return std::string(WithoutBlanks(text)); }
+
+std::string_view Trimmed(std::string_view text) { return Without(kWhiteSpace, text); }
 
 std::string LCase(std::string_view text) { return ToQt(text).toLower().toStdString(); }
 std::string UCase(std::string_view text) { return ToQt(text).toUpper().toStdString(); }
@@ -98,7 +102,7 @@ std::string Replace(std::string_view text, std::string_view find, std::string_vi
 }
 
 bool BooleanFromText(std::string_view text) {
-    const auto word = LCase(TrimmedView(text));
+    const auto word = LCase(WithoutBlanks(text));
     if (word == "true") return true;
     if (word == "false") return false;
     const auto number = Number(text);

@@ -1,10 +1,7 @@
 #include "message_channel.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -14,17 +11,16 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <filesystem>
 #include <list>
 #include <random>
 #include <string>
 #include <system_error>
 #include <utility>
 
+#include "message_socket.h"
 #include "platform/files/descriptor.h"
 #include "platform/files/file_lock.h"
 #include "platform/files/program.h"
-#include "platform/files/runtime_folder.h"
 #include "platform/loop/long_wait.h"
 #include "platform/values/run_time_error.h"
 
@@ -35,74 +31,13 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kPatience = 5s;
-/// After so long it is asked whether to go on waiting.
+/// Who waits for an answer looks this often whether to go on waiting.
 constexpr std::chrono::milliseconds kStep = 25ms;
-constexpr std::string_view kFilePrefix = "messages-";
 /// Connections that the kernel keeps for a process that does not accept them.
 constexpr int kBacklog = 64;
-/// Clients that have connected and sent nothing yet; beyond that the one that is silent longest is dropped.
+/// This many clients may have connected and sent nothing yet; one more, and the one that has been silent for
+/// longest is dropped.
 constexpr std::size_t kMostSilent = 64;
-
-std::string NameOf(std::int32_t number) { return std::string(kFilePrefix) + std::to_string(number); }
-
-int NewSocket() { return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
-
-/// The folder of the sockets. Their names may be 107 characters long and no more, so it is named by a
-/// descriptor.
-class SocketFolder final {
-public:
-    explicit SocketFolder(std::string path)
-        : path_(std::move(path)), descriptor_(open(path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
-
-    const std::string& Path() const { return path_; }
-
-    /// Calls bind or connect for the socket `name`: 0, or an errno value.
-    template <class Call>
-    int Address(Call call, int socket, const std::string& name) const {
-        const auto path = "/proc/self/fd/" + std::to_string(descriptor_.Get()) + "/" + name;
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        if (path.size() >= sizeof address.sun_path) return ENAMETOOLONG;
-        std::ranges::copy(path, std::begin(address.sun_path));
-        // The socket interface takes addresses of every kind through this type.
-        const auto* any = reinterpret_cast<const sockaddr*>(&address);
-        return call(socket, any, static_cast<socklen_t>(sizeof address)) == 0 ? 0 : errno;
-    }
-
-private:
-    std::string path_;
-    Descriptor descriptor_;
-};
-
-bool PeerIsSameUser(int descriptor) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    return getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == geteuid();
-}
-
-template <class Packet>
-bool SendPacket(int descriptor, const Packet& packet) {
-    return send(descriptor, &packet, sizeof packet, MSG_DONTWAIT | MSG_NOSIGNAL) == sizeof packet;
-}
-
-/// Nothing when there is none, or one of another size.
-template <class Packet>
-std::optional<Packet> ReceivePacket(int descriptor) {
-    Packet packet{};
-    const auto size = recv(descriptor, &packet, sizeof packet, MSG_DONTWAIT | MSG_TRUNC);
-    return size == sizeof packet ? std::optional(packet) : std::nullopt;
-}
-
-/// What killed processes left behind. Under the lock, since a socket that does not listen yet refuses too.
-void RemoveStaleSockets(const SocketFolder& folder) {
-    std::error_code failure;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.Path(), failure)) {
-        const auto name = entry.path().filename().string();
-        if (!name.starts_with(kFilePrefix) || !entry.is_socket(failure)) continue;
-        const Descriptor probe(NewSocket());
-        if (folder.Address(connect, probe.Get(), name) == ECONNREFUSED) unlink(entry.path().c_str());
-    }
-}
 
 [[noreturn]] void Raise(const std::string& what, int error) {
     throw RunTimeError(error_number::kFileAccess, "", what + ": " + std::generic_category().message(error));
@@ -114,9 +49,9 @@ struct MessageChannel::State {
     std::int32_t number = 0;
     Receiver receiver;
     std::string file;
-    UnsharedDescriptor listener{NewSocket()};
-    UnsharedDescriptor events{epoll_create1(EPOLL_CLOEXEC)};  ///< the listener and the clients
-    std::list<UnsharedDescriptor> clients;
+    Descriptor listener{NewMessageSocket()};
+    Descriptor events{epoll_create1(EPOLL_CLOEXEC)};  ///< the listener and the clients
+    std::list<Descriptor> clients;
     QPointer<QSocketNotifier> notifier;  ///< owned by the application
 
     State() = default;
@@ -147,17 +82,17 @@ std::weak_ptr<MessageChannel::State>& Current() {
 }  // namespace
 
 void MessageChannel::State::Listen() {
-    const SocketFolder folder(RuntimeFolder());
+    const SocketFolder folder;
     const FileLock lock(JoinPath(folder.Path(), "messages.lock"), kPatience);
     if (!lock.IsHeld()) Raise(folder.Path() + " cannot be locked", lock.Error());
-    RemoveStaleSockets(folder);
+    folder.RemoveStaleSockets();
     int error = EADDRINUSE;
     while (error == EADDRINUSE) {
         number = RandomProcessNumber();
-        error = folder.Address(bind, listener.Get(), NameOf(number));
+        error = folder.Bind(listener.Get(), number);
     }
     if (error != 0) Raise("No socket can be made in " + folder.Path(), error);
-    file = JoinPath(folder.Path(), NameOf(number));
+    file = folder.PathOf(number);
     if (listen(listener.Get(), kBacklog) != 0 || !Watch(listener.Get()))
         Raise(file + " cannot be listened to", errno);
 }
@@ -170,7 +105,6 @@ bool MessageChannel::State::Watch(int descriptor) const {
 }
 
 void MessageChannel::State::Close() {
-    // The file of a forked child is its parent's.
     if (IsOpen() && !file.empty()) unlink(file.c_str());
     listener.Close();
     clients.clear();
@@ -198,10 +132,10 @@ void MessageChannel::State::Accept() {
 }
 
 void MessageChannel::State::Answer(int descriptor) {
-    const auto found = std::ranges::find(clients, descriptor, &UnsharedDescriptor::Get);
+    const auto found = std::ranges::find(clients, descriptor, &Descriptor::Get);
     if (found == clients.end()) return;
-    // Taken out, so that the procedure may do anything, also destroy the channel.
-    std::list<UnsharedDescriptor> client;
+    // Taken out of the list, so that the receiver may do anything, also destroy the channel.
+    std::list<Descriptor> client;
     client.splice(client.begin(), clients, found);
     epoll_ctl(events.Get(), EPOLL_CTL_DEL, descriptor, nullptr);
     if (const auto message = ReceivePacket<WindowMessage>(descriptor))
@@ -230,7 +164,7 @@ MessageChannel::~MessageChannel() { state_->Close(); }
 std::int32_t MessageChannel::Number() const { return state_->number; }
 
 void MessageChannel::Serve() const {
-    // Held on to, since what is served may destroy the channel.
+    // Kept alive, since the receiver may destroy the channel.
     const auto state = state_;
     state->ServeOne();
 }
@@ -245,7 +179,7 @@ namespace {
 /// One message under way to another process.
 class Sending final {
 public:
-    explicit Sending(std::int32_t number) : name_(NameOf(number)) {}
+    explicit Sending(std::int32_t number) : number_(number) {}
 
     std::int32_t Send(const WindowMessage& message) {
         if (!Connect() || !PeerIsSameUser(peer_.Get()) || !SendPacket(peer_.Get(), message)) return 0;
@@ -259,19 +193,19 @@ private:
         return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()));
     }
 
-    /// The queue of a process that does not accept may be full.
+    /// Waits while the queue of a process that does not accept is full.
     bool Connect() {
         constexpr auto kInterval = 5ms;
         for (;;) {
-            const int error = folder_.Address(connect, peer_.Get(), name_);
+            const int error = folder_.Connect(peer_.Get(), number_);
             if (error != EAGAIN && error != EINTR) return error == 0;
             if (Remaining() == 0ms) return false;
             HasAnswer(-1, kInterval);
         }
     }
 
-    /// Waits for an answer or the end of `peer`, and serves one message that arrives before it. False when
-    /// there was none, or only that message.
+    /// Waits for the answer, or the end, of the process behind the socket `peer` (-1: of none), and serves
+    /// one message that arrives for this process before it. False when there was neither answer nor end.
     static bool HasAnswer(int peer, std::chrono::milliseconds limit) {
         const auto own = Current().lock();
         const int served = own && own->IsOpen() ? own->events.Get() : -1;
@@ -282,10 +216,10 @@ private:
         return false;
     }
 
-    SocketFolder folder_{RuntimeFolder()};
-    std::string name_;
+    SocketFolder folder_;
+    std::int32_t number_;
     Clock::time_point deadline_ = Clock::now() + kPatience;
-    UnsharedDescriptor peer_{NewSocket()};
+    Descriptor peer_{NewMessageSocket()};
 };
 
 }  // namespace

@@ -15,20 +15,20 @@ struct WindowMessage {
 
 /// Where messages from other processes of the same user arrive: a socket in the runtime folder, named by a
 /// number that no other living process has, and read by the message loop. It closes with the application
-/// object, and in a forked child it is closed from the start. One a process.
+/// object. A process has one at most.
 class MessageChannel final {
 public:
     using Receiver = std::function<std::int32_t(const WindowMessage&)>;
 
-    /// `receiver` answers what arrives; it must not throw, and may destroy the channel. Throws RunTimeError
-    /// where there is no message loop or no usable runtime folder.
+    /// `receiver` answers the messages that arrive; it must not throw, and may destroy the channel. Throws
+    /// RunTimeError where there is no message loop or no usable runtime folder.
     explicit MessageChannel(Receiver receiver);
     ~MessageChannel();
     MessageChannel(const MessageChannel&) = delete;
     MessageChannel& operator=(const MessageChannel&) = delete;
 
     std::int32_t Number() const;
-    /// Takes in one thing that has arrived: a client, or the message of one that is there.
+    /// Accepts one client, or answers the message of one, where there is any.
     void Serve() const;
 
     struct State;
@@ -37,7 +37,7 @@ private:
     std::shared_ptr<State> state_;
 };
 
-/// A number such as a channel has, for a process that has none.
+/// A number such as a channel has, for a process that has no channel.
 std::int32_t RandomProcessNumber();
 
 /// Sends to the channel of another process and returns its answer; meanwhile this process's own channel is

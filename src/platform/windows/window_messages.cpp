@@ -1,7 +1,5 @@
 #include "platform/windows/window_messages.h"
 
-#include <unistd.h>
-
 #include <exception>
 #include <map>
 #include <memory>
@@ -39,7 +37,7 @@ public:
     }
 
     bool Remove(std::int32_t hwnd) {
-        // The procedure ends when the table is in order: what it holds may have windows too.
+        // The procedure is destroyed only when the table is in order: it may own windows too.
         const auto removed = table_.extract(hwnd);
         if (table_.empty()) channel_.reset();
         return !removed.empty();
@@ -73,11 +71,8 @@ private:
 };
 
 Windows& OwnWindows() {
-    static auto windows = std::make_unique<Windows>();
-    static auto process = getpid();
-    // The windows that a forked child knows are its parent's.
-    if (std::exchange(process, getpid()) != getpid()) windows = std::make_unique<Windows>();
-    return *windows;
+    static Windows windows;
+    return windows;
 }
 
 std::int32_t CallProcedure(const WindowMessage& message) {
@@ -91,7 +86,7 @@ std::int32_t CallProcedure(const WindowMessage& message) {
 }
 
 void Windows::OpenChannel() {
-    // Closed first, where the application that it belonged to has ended.
+    // A channel that is left from an earlier application object goes first: there may be one only.
     channel_.reset();
     try {
         channel_ = std::make_unique<MessageChannel>(CallProcedure);

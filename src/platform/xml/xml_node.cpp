@@ -4,22 +4,15 @@
 #include <utility>
 
 #include "platform/values/run_time_error.h"
+#include "platform/values/text.h"
 #include "platform/xml/xml_document.h"
 #include "xml_tree.h"
 
 namespace pellago {
 namespace {
 
-constexpr std::string_view kWhiteSpace = " \t\r\n";
-
 std::string_view View(const xmlChar* text) {
     return text ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
-}
-
-std::string_view Trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(kWhiteSpace);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
 bool IsText(const xmlNode& node) { return node.type == XML_TEXT_NODE || node.type == XML_CDATA_SECTION_NODE; }

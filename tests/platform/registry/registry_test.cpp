@@ -63,7 +63,7 @@ protected:
 TEST(RegistryText, LosesNothingOnTheWayThroughTheFile) {
     const std::string path = "HKEY_CURRENT_USER\\Software\\a]b [c]\\\xC3\xA4";
     std::vector<RegistryValue> values = {{REG_BINARY, Bytes(300, 0xAB)},
-                                         {REG_EXPAND_SZ, {'%', 0, 'x', 0, 0, 0}},
+                                         {2, {'%', 0, 'x', 0, 0, 0}},
                                          {REG_DWORD, {1, 2}},
                                          {REG_SZ, {'x'}},
                                          {REG_SZ, {}},

@@ -44,31 +44,6 @@ TEST_F(AMutex, IsOwnedByTheFirstUntilThatIsReleased) {
     EXPECT_EQ(fs::status(folder_ / "pellago").permissions(), fs::perms::owner_all);
 }
 
-TEST_F(AMutex, IsItsOwnersAloneWhateverTheForkedChildrenOfThatDo) {
-    const Pipe pipe;
-    Child owner([&] {
-        std::optional<NamedMutex> mutex("m");
-        Child ending([&] {
-            mutex.reset();
-            _exit(NamedMutex("m").AlreadyExisted() ? 0 : 1);
-        });
-        pipe.Put(ending.Wait());
-        const Child staying([&] {
-            pipe.Put(getpid());
-            pause();
-        });
-        pause();
-    });
-    EXPECT_EQ(pipe.Get<int>(), 0);
-    const auto grandchild = pipe.Get<pid_t>();
-    EXPECT_TRUE(NamedMutex("m").AlreadyExisted());
-    owner.Signal(SIGKILL);
-    EXPECT_EQ(owner.Wait(), -SIGKILL);
-    EXPECT_EQ(kill(grandchild, 0), 0) << "still there";
-    EXPECT_FALSE(NamedMutex("m").AlreadyExisted());
-    kill(grandchild, SIGKILL);
-}
-
 TEST_F(AMutex, HasOneOwnerHoweverManyStartAtOnce) {
     constexpr int kStarts = 8;
     for (int round = 0; round < 20; ++round) {

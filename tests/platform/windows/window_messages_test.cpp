@@ -254,22 +254,6 @@ TEST_F(AWindow, CaresForNoClientThatIsSilentOrKnowsNothingOfMessages) {
     EXPECT_TRUE(silent.front().IsDropped()) << "for the many that came after it";
 }
 
-TEST_F(AWindow, OfAForkedChildIsTheChildsOwnAndItsParentsStaysTheParents) {
-    int messages = 0;
-    const Window own([&](auto...) { return ++messages; });
-    const auto in_the_child = [&] {
-        if (DestroyWindowHandle(own.Handle())) _exit(1);
-        const Window childs;
-        if (SendMessage(childs.Handle(), 0, 1, 0) != 2 || childs.Handle() >> 9 == own.Handle() >> 9) _exit(2);
-        _exit(SendMessage(own.Handle(), 0, 1, 0) == 0 ? 3 : 0);
-    };
-    for (const int turn : {1, 2}) {
-        Child child(in_the_child);
-        EXPECT_TRUE(test::WaitUntil([&] { return messages == turn; }, 5s));
-        EXPECT_EQ(child.Wait(), 0);
-    }
-}
-
 TEST_F(AWindow, WorksInItsProcessWhereNoOtherCanReachIt) {
     test::WriteFile(folder_ / "file", "");
     for (const auto& unusable : {folder_ / "file", folder_ / "missing"}) {

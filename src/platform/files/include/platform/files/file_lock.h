@@ -8,10 +8,10 @@
 namespace pellago {
 
 /// An exclusive lock on a file made for nothing else. The kernel frees it when the process that holds it
-/// ends; a forked child holds none of it.
+/// ends.
 class FileLock final {
 public:
-    /// Waits for a lock that another holds no longer than `patience`.
+    /// While another holds the lock, waits for it, but no longer than `patience`.
     explicit FileLock(const std::string& path,
                       std::chrono::milliseconds patience = std::chrono::milliseconds(0));
     ~FileLock();
@@ -23,7 +23,7 @@ public:
     int Error() const { return error_; }
 
 private:
-    UnsharedDescriptor file_;
+    Descriptor file_;
     int error_ = 0;
 };
 

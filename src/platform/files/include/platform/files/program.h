@@ -8,8 +8,8 @@
 namespace pellago {
 
 /// The folder that holds the program's own files: the folder named by PELLAGO_HOME; else the executable's
-/// folder while it is writable; else "pellago" in the user's data folder. Made when it is missing; where that
-/// fails, opening a file in it fails.
+/// folder while it is writable; else "pellago" in the user's data folder. The folder is made when it is
+/// missing; where it cannot be made, opening a file in it fails.
 std::string ProgramFolder();
 
 /// The executable's absolute path.
@@ -43,11 +43,11 @@ std::string JoinPath(const std::string& folder, const std::string& name);
 /// else `below_home` in the home folder.
 std::string UserFolder(const char* variable, std::string_view below_home);
 
-/// Makes a folder, for its owner alone, and those above it that are missing. False when it is not there
-/// afterwards.
+/// Makes a folder, for its owner alone, and the folders above it that are missing. False when there is no
+/// such folder afterwards.
 bool MakeFolder(const std::string& path);
 
-/// Gives the memory that is free back to the system, which the run time would keep for later.
+/// Gives freed memory back to the system; the run time would keep it for later.
 void ReturnFreeMemory();
 
 }  // namespace pellago

@@ -6,12 +6,13 @@
 // program's answer to a message.
 namespace pellago {
 
-/// Makes such waits call `go_on` every few milliseconds, in the middle of whatever waits: it must neither use
-/// a database nor send messages. The answer false cuts the wait short. An empty function ends that.
+/// Makes such waits call `go_on` every few milliseconds. Since it is called in the middle of a statement or a
+/// message, `go_on` must neither use a database nor send messages. Its answer false cuts the wait short.
+/// After an empty function nothing is called any more.
 void OnLongWait(std::function<bool()> go_on);
 
-/// For those who wait: false when the program is to end, be it by a termination signal or by what was given
-/// to OnLongWait.
+/// Asked by whoever waits: false when the wait is to be cut short, because of a termination signal or because
+/// the function given to OnLongWait says so.
 bool LongWaitGoesOn();
 
 }  // namespace pellago

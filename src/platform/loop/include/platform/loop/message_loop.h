@@ -6,8 +6,9 @@
 // The event loop of the program's one thread.
 namespace pellago {
 
-/// Owns the event loop of a program without windows. One a process, made first thing in `main`; a program
-/// with windows makes its own instead. Timers, HTTP transfers and the functions below need one of them.
+/// Owns the event loop of a program without windows. A process has one, made first thing in `main`; a program
+/// with windows makes an `Application` (desktop) instead. Timers, HTTP transfers and the functions below need
+/// either.
 class MessageLoop final {
 public:
     MessageLoop();
@@ -20,8 +21,9 @@ private:
     std::unique_ptr<Application> application_;
 };
 
-/// Handles all that is pending and returns; never waits. Anything can be called from inside. Callbacks that
-/// run from the loop must not throw: an exception that leaves one ends the program.
+/// Handles all events that are pending and returns; never waits. The handlers may call anything, this
+/// function included. A callback that runs from the loop must not throw: an exception that leaves it ends the
+/// program.
 void DoEvents();
 
 /// Sleeps until something happens, and handles it in one pass of the loop.

@@ -5,9 +5,9 @@
 
 namespace pellago {
 
-/// For as long as it lives, SIGHUP, SIGINT and SIGTERM do not end the program but come as a call from the
-/// message loop, one for each signal. A signal that was ignored when the program was started (as by nohup)
-/// stays ignored. One object at a time.
+/// For as long as an object of this class lives, SIGHUP, SIGINT and SIGTERM do not end the program: for each
+/// signal that arrives the message loop makes one call. A signal that was ignored when the program was
+/// started (as by nohup) stays ignored. There may be one object at a time.
 class OnTerminationSignal final {
 public:
     /// Throws RunTimeError when the system has no descriptors left.
@@ -22,8 +22,8 @@ private:
     std::unique_ptr<Pipe> pipe_;
 };
 
-/// Whether a signal has come to the latest OnTerminationSignal, be its call still to come or made. For calls
-/// that wait without the message loop.
+/// Whether a signal has arrived since the latest OnTerminationSignal was made, even if its call is still to
+/// come. For calls that wait without the message loop.
 bool TerminationSignalled();
 
 }  // namespace pellago

@@ -16,15 +16,6 @@ namespace pellago {
 inline constexpr std::int32_t HKEY_CURRENT_USER = -2147483647;   // 0x80000001
 inline constexpr std::int32_t HKEY_LOCAL_MACHINE = -2147483646;  // 0x80000002
 
-/// The classic result numbers.
-enum class RegResult : std::int32_t {
-    kSuccess = 0,
-    kFileNotFound = 2,
-    kAccessDenied = 5,      ///< the root's file cannot be read or written, or the key has subkeys
-    kInvalidParameter = 87  ///< no such root; a name that is too long, not UTF-8, or holds a NUL (a key's
-                            ///< name: any control character); a path that is too deep
-};
-
 /// Makes a key with all keys above it; one that is there stays as it is.
 RegResult RegCreateKeyEx(std::int32_t root, const std::string& path);
 /// Deletes a key and its values. It must have no subkeys.

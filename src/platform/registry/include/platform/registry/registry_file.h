@@ -7,14 +7,12 @@
 
 namespace pellago {
 
-enum class RegResult : std::int32_t;
-
 /// One registry as a file, shared between processes. A change is: lock, read, write a temporary file, flush,
 /// rename; so readers need no lock, and a crash leaves the old file or the new one. A damaged file is renamed
 /// to "….damaged-" and the time, and reported on stderr; it is never overwritten.
 class RegistryFile final {
 public:
-    /// A link is followed, and stays one.
+    /// Where `path` is a link, the file is the one that it leads to, and the link stays.
     explicit RegistryFile(const std::string& path);
 
     /// Empty when the file is missing, damaged or cannot be read.

@@ -14,11 +14,11 @@
 namespace pellago {
 
 inline constexpr std::uint32_t REG_SZ = 1;
-inline constexpr std::uint32_t REG_EXPAND_SZ = 2;
 inline constexpr std::uint32_t REG_BINARY = 3;
 inline constexpr std::uint32_t REG_DWORD = 4;
 
 /// A value's type and bytes: REG_SZ is UTF-8 text with its closing NUL, REG_DWORD four bytes, lowest first.
+/// Values of other types than the three above come from other programs, and are kept as they are.
 struct RegistryValue {
     std::uint32_t type = REG_SZ;
     Bytes data;
@@ -32,6 +32,15 @@ struct RegistryValue {
     std::optional<std::int32_t> Number() const;
 
     friend bool operator==(const RegistryValue&, const RegistryValue&) = default;
+};
+
+/// The classic result numbers.
+enum class RegResult : std::int32_t {
+    kSuccess = 0,
+    kFileNotFound = 2,
+    kAccessDenied = 5,      ///< the root's file cannot be read or written, or the key has subkeys
+    kInvalidParameter = 87  ///< no such root; a name that is too long, not UTF-8, or holds a NUL (a key's
+                            ///< name: any control character); a path that is too deep
 };
 
 /// One key. Paths are names separated by "\"; empty names in them count for nothing.

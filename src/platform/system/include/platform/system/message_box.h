@@ -42,10 +42,10 @@ struct MessageBoxRequest {
 /// first button (PrintMessageBox).
 MessageBoxAnswer ShowMessageBox(const MessageBoxRequest& request);
 
-/// The box of a program without windows.
+/// What ShowMessageBox does in a program without windows.
 MessageBoxAnswer PrintMessageBox(const MessageBoxRequest& request);
 
-/// Makes boxes be shown by `show`; an empty function brings the one without windows back.
+/// Makes boxes be shown by `show`; an empty function brings PrintMessageBox back.
 void UseMessageBox(std::function<MessageBoxAnswer(const MessageBoxRequest& request)> show);
 
 }  // namespace pellago

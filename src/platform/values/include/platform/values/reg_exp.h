@@ -15,8 +15,8 @@ struct RegExpMatch {
     std::vector<std::string_view> sub_matches;
 };
 
-/// A compiled regular expression of the ECMAScript family; "$" is the very end of the text, a line break
-/// before it included. Only the first match is looked for.
+/// A compiled regular expression of the ECMAScript family; "$" is the very end of the text, also of
+/// one that ends in a line break. Only the first match is looked for.
 class RegExp final {
 public:
     /// Throws RunTimeError 5020 "Syntax error in regular expression" with the reason.

@@ -12,6 +12,11 @@ namespace pellago {
 /// Without leading and trailing blanks (U+0020 alone).
 std::string Trim(std::string_view text);
 
+/// The white space of documents and addresses (XML 1.0, production 3).
+inline constexpr std::string_view kWhiteSpace = " \t\r\n";
+/// A view of `text` without leading and trailing white space.
+std::string_view Trimmed(std::string_view text);
+
 std::string LCase(std::string_view text);
 std::string UCase(std::string_view text);
 

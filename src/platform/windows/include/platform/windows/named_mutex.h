@@ -19,8 +19,8 @@ public:
     NamedMutex(const NamedMutex&) = delete;
     NamedMutex& operator=(const NamedMutex&) = delete;
 
-    /// True when another object owned the mutex as this one was made. This one owns nothing then, and keeps
-    /// no third from becoming the owner.
+    /// True when another object owned the mutex as this object was made. Then this object owns nothing, and
+    /// does not keep a third one from becoming the owner.
     bool AlreadyExisted() const { return !lock_; }
 
 private:

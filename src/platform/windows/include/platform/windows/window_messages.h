@@ -7,7 +7,8 @@
 // procedure that gets the messages sent to it.
 namespace pellago {
 
-/// Gets a message and answers it. What it throws is lost, and the answer is 0, as it is with no procedure.
+/// Gets a message and answers it. An exception that leaves it is lost, and the answer is 0; so it is for a
+/// window with an empty procedure.
 using WindowProcedure = std::function<std::int32_t(std::int32_t hwnd, std::int32_t message,
                                                    std::int32_t w_param, std::int32_t l_param)>;
 
@@ -31,8 +32,8 @@ WindowProcedure SetWindowProcedure(std::int32_t hwnd, WindowProcedure procedure)
 /// still get the message later.
 std::int32_t SendMessage(std::int32_t hwnd, std::int32_t message, std::int32_t w_param, std::int32_t l_param);
 
-/// Takes in one message of another process, for those who wait in long calls; the message loop does not turn.
-/// To be called again and again.
+/// Answers one message of another process, if there is one; the message loop does not turn. To be called
+/// again and again by whoever waits in a long call.
 void ServeMessages();
 
 }  // namespace pellago

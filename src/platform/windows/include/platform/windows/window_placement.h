@@ -73,11 +73,11 @@ public:
     virtual bool Visible() const = 0;
     virtual void WindowState(FormWindowState state) = 0;
 
-    /// Nothing when it cannot be told. A window that is not visible has a placement, too.
+    /// Nothing when the placement cannot be told. A window that is not visible has one, too.
     virtual std::optional<WindowPlacement> Placement() const = 0;
-    /// Where the desktop lets no program place its windows, size and state are taken.
+    /// On a desktop that lets no program place its windows, only size and state take effect.
     virtual void Placement(const WindowPlacement& placement) = 0;
-    /// The rectangle of the screen that such windows are centred on.
+    /// The part of the screen in which forms are centred.
     virtual ScreenRectangle Desktop() const = 0;
 };
 
