@@ -80,7 +80,7 @@ void Answer(QDropEvent& event) {
 
 // A function of its own and no member: the handler may wait, and the catcher be closed and destroyed
 // meanwhile.
-void HandOver(const QMimeData& data) {
+void GiveToHandler(const QMimeData& data) {
     Try([&] {
         const auto handler = CreateLinkHandler(kLinkHandlerClass);
         const auto text = PlainTextOf(data);
@@ -229,7 +229,7 @@ void frmRSSLinkCatcher::ShowMenuByKey() { menu_.popup(mapToGlobal(rect().center(
 // Paste is for those who cannot drag. Of the keys that open menus Qt turns only one into contextMenuEvent.
 void frmRSSLinkCatcher::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Paste)) {
-        if (const auto* copied = QGuiApplication::clipboard()->mimeData()) HandOver(*copied);
+        if (const auto* copied = QGuiApplication::clipboard()->mimeData()) GiveToHandler(*copied);
     } else if (event->keyCombination() == (Qt::SHIFT | Qt::Key_F10)) {
         ShowMenuByKey();
     } else {
@@ -246,7 +246,7 @@ void frmRSSLinkCatcher::dropEvent(QDropEvent* event) {
     if (!event->isAccepted()) return;
     // A source that only knows moves keeps a link whose move was not accepted.
     if (event->dropAction() == Qt::MoveAction) event->ignore();
-    HandOver(*event->mimeData());
+    GiveToHandler(*event->mimeData());
 }
 
 }  // namespace pellago

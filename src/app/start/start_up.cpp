@@ -47,7 +47,7 @@ void EndApplication(frmMain& window) {
 }
 
 /// Forwards what the command line asks for to the instance that runs already.
-void HandOver() {
+void ForwardRequest() {
     const Message show{WM_CMD_SHOW, 0};
     if (gUpdateRequested && gShowMainWindow)
         Forward({show, {WM_CMD_UPDATE_ALL, 0}});
@@ -83,7 +83,7 @@ bool IsEnding(const frmMain& window) { return TerminationSignalled() || !window.
 void ProcessParameters(frmMain& window) {
     Guarded("Corvane.mGlobals.ProcessParameters", [&](Statements& run) {
         if (gAlreadyRunning) {
-            run([&] { HandOver(); });
+            run([&] { ForwardRequest(); });
             return;
         }
         run([&] { StartRequestedRun(window); });
