@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "connection_impl.h"
-#include "platform/data/sqlite_error.h"
 #include "recordset_impl.h"
 #include "sql_text.h"
+#include "sqlite_error.h"
 
 namespace pellago {
 namespace {

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "connection_impl.h"
-#include "platform/data/sqlite_error.h"
 #include "platform/loop/thread_timer.h"
+#include "sqlite_error.h"
 
 namespace pellago {
 namespace {

@@ -7,8 +7,8 @@
 #include "background_query.h"
 #include "connection_impl.h"
 #include "key_list.h"
-#include "platform/data/sqlite_error.h"
 #include "recordset_impl.h"
+#include "sqlite_error.h"
 
 namespace pellago {
 namespace {

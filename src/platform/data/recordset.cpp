@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "connection_impl.h"
-#include "platform/data/sqlite_error.h"
 #include "recordset_impl.h"
+#include "sqlite_error.h"
 
 namespace pellago {
 namespace {

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "platform/data/connection.h"
-#include "platform/data/sqlite_error.h"
 #include "platform/values/text.h"
 #include "sql_text.h"
+#include "sqlite_error.h"
 
 namespace pellago::data {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "platform/data/connection.h"
 #include "platform/data/sqlite_database.h"
-#include "platform/data/sqlite_error.h"
+#include "sqlite_error.h"
 
 namespace pellago::data {
 namespace {

@@ -1,5 +1,6 @@
 #include "platform/data/sqlite_database.h"
 
+#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -10,9 +11,9 @@
 #include <utility>
 
 #include "platform/data/connection.h"
-#include "platform/data/sqlite_error.h"
 #include "platform/loop/long_wait.h"
 #include "platform/values/run_time_error.h"
+#include "sqlite_error.h"
 
 namespace pellago::data {
 namespace {
@@ -84,6 +85,24 @@ constexpr int kStepsBetweenQuestions = 10'000;
 bool GoesOn(void* goes_on) { return (*static_cast<std::function<bool()>*>(goes_on))(); }
 
 }  // namespace
+
+bool DifferInCaseOnly(std::string_view a, std::string_view b) {
+    return sqlite3_strnicmp(a.data(), b.data(), static_cast<int>(a.size())) == 0;
+}
+
+void Database::Closer::operator()(sqlite3* handle) const { sqlite3_close(handle); }
+
+Variant Database::LastKey() const { return Integer(sqlite3_last_insert_rowid(handle_.get())); }
+
+std::int64_t Database::Changes() const { return sqlite3_changes64(handle_.get()); }
+
+bool Database::InTransaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
+
+bool Database::ReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
+
+void Database::Check(int code) const {
+    if (code != SQLITE_OK) Raise(code);
+}
 
 Database::Database(const std::string& path) : path_(path) { OpenReadable(); }
 

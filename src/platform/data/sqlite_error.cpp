@@ -1,4 +1,4 @@
-#include "platform/data/sqlite_error.h"
+#include "sqlite_error.h"
 
 #include <cerrno>
 #include <system_error>

@@ -1,3 +1,5 @@
+#include <sqlite3.h>
+
 #include <limits>
 
 #include "platform/data/sqlite_database.h"
@@ -44,6 +46,10 @@ Variant Integer(std::int64_t number) {
     if (number < Limits::min() || number > Limits::max()) return number;
     return static_cast<std::int32_t>(number);
 }
+
+void Statement::Finalizer::operator()(sqlite3_stmt* handle) const { sqlite3_finalize(handle); }
+
+std::string_view Statement::Sql() const { return sqlite3_sql(handle_.get()); }
 
 Statement::Statement(sqlite3_stmt* handle) : handle_(handle), columns_(Describe(handle)) {}
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sqlite3.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +11,9 @@
 #include <vector>
 
 #include "platform/values/variant.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
 
 namespace pellago::data {
 
@@ -36,7 +37,7 @@ class Statement final {
 public:
     explicit Statement(sqlite3_stmt* handle);
 
-    std::string_view Sql() const { return sqlite3_sql(handle_.get()); }
+    std::string_view Sql() const;
     /// Kept alive by the rows' owner also when the statement is prepared anew.
     const std::shared_ptr<const Columns>& ResultColumns() const { return columns_; }
 
@@ -46,7 +47,7 @@ private:
     Variant TakeValue(int index) const;
 
     struct Finalizer {
-        void operator()(sqlite3_stmt* handle) const { sqlite3_finalize(handle); }
+        void operator()(sqlite3_stmt* handle) const;
     };
     std::unique_ptr<sqlite3_stmt, Finalizer> handle_;
     std::shared_ptr<const Columns> columns_;
@@ -77,11 +78,11 @@ public:
                  const std::function<void(Row row)>& visit);
 
     /// The key that the last insert gave its row.
-    Variant LastKey() const { return Integer(sqlite3_last_insert_rowid(handle_.get())); }
+    Variant LastKey() const;
     /// The number of rows that the last statement that writes has touched.
-    std::int64_t Changes() const { return sqlite3_changes64(handle_.get()); }
-    bool InTransaction() const { return sqlite3_get_autocommit(handle_.get()) == 0; }
-    bool ReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
+    std::int64_t Changes() const;
+    bool InTransaction() const;
+    bool ReadOnly() const;
     /// Ends an open transaction, whatever the library says to it.
     void Rollback();
 
@@ -94,12 +95,10 @@ private:
     std::unique_ptr<Statement> Prepare(std::string_view sql, unsigned flags, std::size_t& length);
     void Bind(Statement& statement, const std::vector<Variant>& values);
     [[noreturn]] void Raise(int code) const;
-    void Check(int code) const {
-        if (code != SQLITE_OK) Raise(code);
-    }
+    void Check(int code) const;
 
     struct Closer {
-        void operator()(sqlite3* handle) const { sqlite3_close(handle); }
+        void operator()(sqlite3* handle) const;
     };
     std::string path_;
     std::function<bool()> goes_on_;  ///< empty on the program's thread
@@ -109,10 +108,12 @@ private:
     std::unordered_map<std::string, std::unique_ptr<Statement>> prepared_;
 };
 
+/// For names of the same length: whether they differ in the case of ASCII letters at most.
+bool DifferInCaseOnly(std::string_view a, std::string_view b);
+
 /// Column names are equal without regard to the case of ASCII letters.
 inline bool SameName(std::string_view a, std::string_view b) {
-    return a == b ||
-           (a.size() == b.size() && sqlite3_strnicmp(a.data(), b.data(), static_cast<int>(a.size())) == 0);
+    return a == b || (a.size() == b.size() && DifferInCaseOnly(a, b));
 }
 
 }  // namespace pellago::data
