@@ -43,12 +43,12 @@ struct Fetch {
     std::shared_ptr<DocumentSource> transfer;
 };
 
-class AnHttpTransfer : public testing::Test {
+class AnHttpExchange : public testing::Test {
 protected:
     HttpServer server;
 };
 
-TEST_F(AnHttpTransfer, TellsHeadBodyAndEndOfAnEncodedAddressAndKeepsNoCookie) {
+TEST_F(AnHttpExchange, TellsHeadBodyAndEndOfAnEncodedAddressAndKeepsNoCookie) {
     server.Answer(
         "/a%20b%c3%a4",
         {.headers = {{"Content-Type", "text/xml; charset=x"}, {"Set-Cookie", "id=1"}}, .body = "<a/>"});
@@ -65,7 +65,7 @@ TEST_F(AnHttpTransfer, TellsHeadBodyAndEndOfAnEncodedAddressAndKeepsNoCookie) {
     EXPECT_EQ(server.Connections(), 1U) << "the second shares the connection of the first";
 }
 
-TEST_F(AnHttpTransfer, TakesEveryFramingAndCodingAndOnlyWholeBodiesOfSuccesses) {
+TEST_F(AnHttpExchange, TakesEveryFramingAndCodingAndOnlyWholeBodiesOfSuccesses) {
     const std::string text = "<a>" + std::string(100'000, 'x') + "</a>";
     const auto packed = [](const std::string& bytes) {
         return Reply{.headers = {{"Content-Encoding", "gzip"}}, .body = bytes};
@@ -101,7 +101,7 @@ TEST_F(AnHttpTransfer, TakesEveryFramingAndCodingAndOnlyWholeBodiesOfSuccesses) 
     }
 }
 
-TEST_F(AnHttpTransfer, FailsOnAddressesThatLeadNowhereAlsoByRedirect) {
+TEST_F(AnHttpExchange, FailsOnAddressesThatLeadNowhereAlsoByRedirect) {
     const auto gone = HttpServer().Url("/a");
     for (const std::string& url : {""s, "http://"s, "http://127.0.0.1:99999/"s, gone, "file:///etc/hostname"s,
                                    "ftp://127.0.0.1/"s, "gopher://127.0.0.1/"s}) {
@@ -113,7 +113,7 @@ TEST_F(AnHttpTransfer, FailsOnAddressesThatLeadNowhereAlsoByRedirect) {
     }
 }
 
-TEST_F(AnHttpTransfer, FollowsFiveRedirectsAndNoMore) {
+TEST_F(AnHttpExchange, FollowsFiveRedirectsAndNoMore) {
     for (int step = 1; step <= 6; ++step)
         server.Answer("/" + std::to_string(step), test::Redirect("/" + std::to_string(step - 1)));
     server.Answer("/0", {.body = "x"});
@@ -124,7 +124,7 @@ TEST_F(AnHttpTransfer, FollowsFiveRedirectsAndNoMore) {
 }
 
 // The limit counts what the content coding unpacks to: the gzip is 65 KB on the wire.
-TEST_F(AnHttpTransfer, FailsAbove64MiBDecoded) {
+TEST_F(AnHttpExchange, FailsAbove64MiBDecoded) {
     const std::string fitting(kMaxDocument, ' ');
     const std::string error = "The document is larger than 64 MiB";
     const std::pair<Reply, std::string> cases[] = {
@@ -139,7 +139,7 @@ TEST_F(AnHttpTransfer, FailsAbove64MiBDecoded) {
     }
 }
 
-TEST_F(AnHttpTransfer, SleepsWhileTheServerIsSilent) {
+TEST_F(AnHttpExchange, SleepsWhileTheServerIsSilent) {
     server.Answer("/a", {.stall = true});
     const Fetch fetch(server.Url("/a"));
     ASSERT_TRUE(test::WaitUntil([&] { return server.Requests("/a") == 1; }));
@@ -148,7 +148,7 @@ TEST_F(AnHttpTransfer, SleepsWhileTheServerIsSilent) {
     EXPECT_LT(static_cast<double>(std::clock() - processor_time) / CLOCKS_PER_SEC, 0.05);
 }
 
-TEST_F(AnHttpTransfer, CanBeAbortedAndDestroyedInsideEachOfItsEvents) {
+TEST_F(AnHttpExchange, CanBeAbortedAndDestroyedInsideEachOfItsEvents) {
     server.Answer("/a", {.body = std::string(1'000'000, 'x')});
     for (const std::string abort_in : {"head", "body", "end"}) {
         for (const bool destroy : {false, true}) {
@@ -176,7 +176,7 @@ TEST_F(AnHttpTransfer, CanBeAbortedAndDestroyedInsideEachOfItsEvents) {
 }
 
 // A whole transfer, and the abort of the outer one, inside an event of another.
-TEST_F(AnHttpTransfer, GoesOnInALoopInsideAnothersEvent) {
+TEST_F(AnHttpExchange, GoesOnInALoopInsideAnothersEvent) {
     server.Answer("/a", {.body = std::string(3'000'000, 'x')});
     int depth = 0;
     int told_inside = 0;
