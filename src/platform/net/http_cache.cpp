@@ -17,6 +17,7 @@ namespace pellago {
 namespace {
 
 constexpr const char* kFile = "http-2.sqlite";  // the number is that of the tables' form
+constexpr const char* kOlderFile = "http-1.sqlite";
 constexpr const char* kTables =
     "CREATE TABLE IF NOT EXISTS Answers (Address TEXT PRIMARY KEY, Url TEXT, ETag TEXT, LastModified TEXT,"
     " ContentType TEXT, Fetched INTEGER, Used INTEGER, Size INTEGER, Body BLOB);"
@@ -44,6 +45,12 @@ std::int64_t Number(const data::Row& row, std::size_t index) {
     if (const auto* number = std::get_if<std::int32_t>(&value)) return *number;
     const auto* number = std::get_if<std::int64_t>(&value);
     return number ? *number : 0;
+}
+
+/// With what SQLite keeps beside it.
+void RemoveDatabase(const std::string& path) {
+    std::error_code failed;
+    for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(path + suffix, failed);
 }
 
 }  // namespace
@@ -160,6 +167,7 @@ void HttpCache::Open() {
     const auto use = std::exchange(use_, Use::kNone);  // what fails here is not tried again
     MakeFolder(folder_);
     const auto path = JoinPath(folder_, kFile);
+    RemoveDatabase(JoinPath(folder_, kOlderFile));  // nobody reads it any more
     // For its owner alone: addresses may hold a password.
     close(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     database_ = std::make_unique<data::Database>(
@@ -175,9 +183,7 @@ void HttpCache::GiveUp(Use what_is_left, std::int32_t error_number) {
     if (error_number != data_error::kDamaged && error_number != data_error::kNotADatabase) return;
     use_ = Use::kNone;
     database_.reset();
-    std::error_code failed;
-    for (const char* suffix : {"", "-wal", "-shm"})
-        std::filesystem::remove(JoinPath(folder_, kFile) + suffix, failed);
+    RemoveDatabase(JoinPath(folder_, kFile));
 }
 
 // In small steps, each of which is quick however much there is.

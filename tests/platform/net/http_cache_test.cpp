@@ -42,6 +42,8 @@ TEST_F(CachedAnswers, TakeTheWayOfFreshOnesWhenNothingHasChanged) {
     server.Answer("/a", Answer(text));
     const auto fresh = LoadAnew("/a");
     EXPECT_FALSE(WasAskedWithCondition());
+    const auto older = folder / "pellago/http-1.sqlite";
+    test::WriteFile(older, "x");
     server.Answer("/a", kNotModified);
     for (int run = 0; run < 2; ++run) {
         EXPECT_EQ(LoadAnew("/a"), fresh) << "in the charset of the answer that was kept";
@@ -52,6 +54,7 @@ TEST_F(CachedAnswers, TakeTheWayOfFreshOnesWhenNothingHasChanged) {
     struct stat about {};
     ASSERT_EQ(stat(File().c_str(), &about), 0);
     EXPECT_EQ(about.st_mode & 0077U, 0U) << "addresses may hold a password";
+    EXPECT_FALSE(std::filesystem::exists(older)) << "a cache that nobody reads";
 
     HttpSession without({.cache = false});
     EXPECT_THAT(test::Load(without, server.Url("/a")), StartsWith("!")) << "a 304 that nobody asked for";
