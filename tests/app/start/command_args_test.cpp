@@ -98,7 +98,8 @@ TEST_F(ACommandLine, IsThatOfTheProcessWithoutItsQuotesWhereNoneIsGiven) {
     const test::EnvVar inner(prints, "1");
     const auto self = std::filesystem::read_symlink("/proc/self/exe").string();
     const auto command = "'" + self + "' '\"first' '/b=2' --gtest_filter=*WithoutItsQuotes* '/ last\"'";
-    const std::unique_ptr<FILE, decltype(&pclose)> program(popen(command.c_str(), "r"), pclose);
+    const auto close = [](FILE* pipe) { pclose(pipe); };
+    const std::unique_ptr<FILE, decltype(close)> program(popen(command.c_str(), "r"));
     std::string printed;
     for (int c = fgetc(program.get()); c != EOF; c = fgetc(program.get())) printed += static_cast<char>(c);
     EXPECT_THAT(printed,
