@@ -34,7 +34,11 @@ TEST_F(AnHttp2Server, ThatDoesItWrongIsAskedOnceMoreInHttp1) {
         SCOPED_TRACE(static_cast<int>(wrong));
         const TlsServer server(wrong, "<a/>");
         EXPECT_EQ(Load(server.Url()), "");
-        EXPECT_THAT(server.Requests(), ElementsAre("h2", "http/1.1"));
+        const auto requests = server.Requests();
+        // Newer versions of libcurl repeat some of them in HTTP/2 by themselves.
+        ASSERT_GE(requests.size(), 2U);
+        EXPECT_EQ(requests.front(), "h2");
+        EXPECT_EQ(requests.back(), "http/1.1");
     }
 }
 
