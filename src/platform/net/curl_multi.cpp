@@ -80,7 +80,11 @@ CurlMulti::CurlMulti(QObject* application)
 }
 
 CurlMulti::~CurlMulti() {
-    while (!active_.empty()) Remove(**active_.begin());
+    while (!active_.empty()) {
+        auto& request = **active_.begin();
+        Remove(request);
+        request.Completed(HttpRequest::kLibraryGone);
+    }
     notifier_.setEnabled(false);
     curl_multi_cleanup(multi_);
     curl_share_cleanup(share_);

@@ -30,9 +30,9 @@ public:
     /// Does nothing for one that is not there.
     void Remove(HttpRequest& request);
 
-    /// Has the exchange deliver what has happened when libcurl, whose callbacks say this, has returned.
+    /// Called from libcurl's callbacks, too: exchange.Deliver() follows when libcurl has returned.
     void DeliverAfterwards(std::weak_ptr<HttpExchange> exchange);
-    /// Has all that was said outside libcurl delivered from the loop.
+    /// For what was said outside libcurl: it is delivered from the message loop.
     void DeliverSoon();
 
 private:

@@ -10,79 +10,77 @@ HttpAnswer::HttpAnswer(std::string address, std::shared_ptr<HttpCache> cache,
 
 void HttpAnswer::Head(DocumentHead head, std::optional<CachedAnswer> to_keep) {
     head_ = std::move(head);
-    to_keep_ = std::move(to_keep);
+    body_ = FromWire{std::move(to_keep)};
 }
 
 void HttpAnswer::BodyFromCache(const CachedAnswer& cached, HttpValidators confirmed) {
     head_ = {cached.url, cached.content_type};
-    from_cache_ = {cached, std::move(confirmed)};
+    body_ = FromCache{cached, std::move(confirmed)};
 }
 
 void HttpAnswer::StartOver() {
-    head_.reset();
+    body_ = Nothing();
     unread_.Take();
-    from_cache_.reset();
     end_.reset();
-    to_keep_.reset();
-    writer_.reset();
-    reader_of_cached_.reset();
     if (!IsOver()) stage_ = Stage::kNothing;
 }
 
-HttpAnswer::Telling HttpAnswer::Tell() {
-    if (!reader_ || is_telling_) return Telling::kDone;  // the call that is telling goes on with it
+HttpAnswer::TellResult HttpAnswer::Tell() {
+    if (!reader_ || is_telling_) return TellResult::kDone;  // the call that is telling goes on with it
     is_telling_ = true;
     bool cache_is_good = true;
     for (bool more = true; more && cache_is_good && !IsOver();) {
-        if (stage_ == Stage::kNothing && head_)
+        if (stage_ == Stage::kNothing && HasHead())
             TellHead();
         else if (!unread_.IsEmpty())
             TellUnread();
-        else if (from_cache_)
-            cache_is_good = TellCached();
+        else if (auto* cached = std::get_if<FromCache>(&body_))
+            cache_is_good = TellCached(*cached);
         else if (end_)
             TellEnd(*end_);
         else
             more = false;
     }
     is_telling_ = false;
-    return cache_is_good ? Telling::kDone : Telling::kCacheFailed;
+    return cache_is_good ? TellResult::kDone : TellResult::kCacheFailed;
 }
 
 void HttpAnswer::TellHead() {
     stage_ = Stage::kHead;
-    if (to_keep_) writer_ = std::make_unique<CachedBodyWriter>(cache_, *to_keep_);
-    reader_->head(*head_);
+    auto* wire = std::get_if<FromWire>(&body_);
+    if (wire && wire->to_keep) wire->writer = std::make_unique<CachedBodyWriter>(cache_, *wire->to_keep);
+    const auto head = head_;  // inside the event the answer may begin anew
+    reader_->head(head);
 }
 
 void HttpAnswer::TellUnread() {
     auto piece = unread_.Take();
-    if (writer_) writer_->Add(piece);
+    if (auto* wire = std::get_if<FromWire>(&body_); wire && wire->writer) wire->writer->Add(piece);
     reader_->body(piece);
     if (!IsOver()) unread_.Reuse(std::move(piece));
 }
 
 // What was kept may be gone, or turn out to be damaged at its very end.
-bool HttpAnswer::TellCached() {
-    if (!reader_of_cached_ && !OpenCached()) return false;
-    if (const auto piece = reader_of_cached_->Next(); !piece.empty()) {
+bool HttpAnswer::TellCached(FromCache& body) {
+    if (!body.reader && !OpenCached(body)) return false;
+    if (const auto piece = body.reader->Next(); !piece.empty()) {
         reader_->body(piece);
         return true;
     }
-    if (!reader_of_cached_->IsWhole()) {
+    if (!body.reader->IsWhole()) {
         cache_->Forget(address_);
         return false;
     }
-    reader_of_cached_.reset();
+    body.reader.reset();
     TellEnd({});
     return true;
 }
 
-bool HttpAnswer::OpenCached() {
-    auto packed = cache_->PackedBody(address_, from_cache_->answer);
+bool HttpAnswer::OpenCached(FromCache& body) {
+    auto packed = cache_->PackedBody(address_, body.answer);
     if (!packed) return false;
-    cache_->Confirm(address_, from_cache_->answer, from_cache_->confirmed);
-    reader_of_cached_ = std::make_unique<CachedBodyReader>(cache_, *std::move(packed));
+    cache_->Confirm(address_, body.answer, body.confirmed);
+    body.reader = std::make_unique<CachedBodyReader>(cache_, *std::move(packed));
     return true;
 }
 
@@ -97,9 +95,9 @@ void HttpAnswer::Silence() {
 }
 
 bool HttpAnswer::Keep() {
-    if (!writer_) return false;
-    writer_->Keep(address_);
-    writer_.reset();
+    auto* wire = std::get_if<FromWire>(&body_);
+    if (!wire || !wire->writer) return false;
+    std::exchange(wire->writer, nullptr)->Keep(address_);
     return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -142,7 +143,7 @@ HttpCache::Rows HttpCache::Read(const std::string& sql, const std::vector<Varian
     try {
         return Run(sql, values);
     } catch (const RunTimeError& error) {
-        GiveUp(Use::kNone, error.Number());
+        Degrade(Use::kNone, error.Number());
         return {};
     }
 }
@@ -152,7 +153,7 @@ void HttpCache::Write(const std::string& sql, const std::vector<Variant>& values
     try {
         Run(sql, values);
     } catch (const RunTimeError& error) {
-        GiveUp(Use::kReadOnly, error.Number());
+        Degrade(Use::kReadOnly, error.Number());
     }
 }
 
@@ -178,7 +179,7 @@ void HttpCache::Open() {
 }
 
 // A damaged file goes, so that the next run has a new one.
-void HttpCache::GiveUp(Use what_is_left, std::int32_t error_number) {
+void HttpCache::Degrade(Use what_is_left, std::int32_t error_number) {
     if (use_ != Use::kNone) use_ = what_is_left;
     if (error_number != data_error::kDamaged && error_number != data_error::kNotADatabase) return;
     use_ = Use::kNone;
@@ -188,20 +189,22 @@ void HttpCache::GiveUp(Use what_is_left, std::int32_t error_number) {
 
 // In small steps, each of which is quick however much there is.
 void HttpCache::MakeRoom(std::size_t for_bytes) {
-    if (!size_) size_ = Sum("SELECT sum(Size) FROM Answers");
+    if (!size_) size_ = Sum("FROM Answers");
     *size_ += static_cast<std::int64_t>(for_bytes);
     while (use_ == Use::kReadAndWrite && *size_ > static_cast<std::int64_t>(limit_)) {
         const std::string oldest = "FROM Answers ORDER BY Used LIMIT 8)";
-        const auto freed = Sum("SELECT sum(Size) FROM (SELECT Size " + oldest);
+        const auto freed = Sum("FROM (SELECT Size " + oldest);
         if (freed == 0) return;
         Write("DELETE FROM Answers WHERE rowid IN (SELECT rowid " + oldest, {});
         *size_ -= freed;
     }
 }
 
-std::int64_t HttpCache::Sum(const std::string& sql) {
-    const auto rows = Read(sql, {});
-    return rows.empty() ? 0 : Number(rows.front(), 0);
+// Sizes in a damaged file may be anything: the sum is one that can be added to.
+std::int64_t HttpCache::Sum(const std::string& from) {
+    constexpr auto kMost = std::numeric_limits<std::int64_t>::max() / 4;
+    const auto rows = Read("SELECT CAST(total(Size) AS INTEGER) " + from, {});
+    return rows.empty() ? 0 : std::clamp(Number(rows.front(), 0), -kMost, kMost);
 }
 
 }  // namespace pellago

@@ -35,8 +35,8 @@ struct CachedAnswer {
 
 /// What is kept of servers' answers from run to run: whole bodies with their validators, and times before
 /// which an address is not to be asked for. A SQLite file in a folder that may be deleted at any time;
-/// several processes may use it at once. Whatever fails here is as if nothing were kept, and nothing here is
-/// waited for.
+/// several processes may use it at once. Whatever fails here is as if nothing were kept; a lock of another
+/// process, or a slow disk, is waited for 100 ms at most.
 class HttpCache final {
 public:
     /// `limit` bounds the bodies together, in bytes; those that nobody asked for for the longest time go.
@@ -71,9 +71,9 @@ private:
     void Write(const std::string& sql, const std::vector<Variant>& values);
     Rows Run(const std::string& sql, const std::vector<Variant>& values);
     void Open();
-    void GiveUp(Use what_is_left, std::int32_t error_number);
+    void Degrade(Use what_is_left, std::int32_t error_number);
     void MakeRoom(std::size_t for_bytes);
-    std::int64_t Sum(const std::string& sql);
+    std::int64_t Sum(const std::string& from);
 
     std::string folder_;
     bool keeps_bodies_;

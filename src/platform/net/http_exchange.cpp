@@ -61,9 +61,7 @@ void HttpExchange::SendNext() {
         multi_->DeliverSoon();
         return;
     }
-    received_ = 0;
-    beside_ = Beside::kNothing;
-    cut_ = Cut::kNot;
+    attempt_ = {};
     if (!request_.Send(url_, Condition(), version_)) {
         End("The transfer cannot be started");
         multi_->DeliverSoon();
@@ -84,15 +82,16 @@ bool HttpExchange::EndIfToldToWait() {
 
 // Only the address that the answer came from, last time, can say whether it still holds.
 HttpValidators HttpExchange::Condition() {
-    if (wants_whole_ || !cache_->KeepsBodies()) return {};
+    if (asks_unconditionally_ || !cache_->KeepsBodies()) return {};
     if (!cached_) cached_ = cache_->Find(address_);
     const bool holds = cached_ && cached_->url == url_ && cached_->IsUsable() &&
                        cached_->fetched <= UnixTime() && UnixTime() - cached_->fetched < kTrustedFor;
     return holds ? cached_->validators : HttpValidators();
 }
 
-void HttpExchange::NoteBeside(const HttpExchange& other) {
-    beside_ = std::max(beside_, other.origin_ == origin_ ? Beside::kSameHost : Beside::kOtherHosts);
+void HttpExchange::NoteConcurrent(const HttpExchange& other) {
+    attempt_.concurrent = std::max(
+        attempt_.concurrent, other.origin_ == origin_ ? Concurrent::kSameHost : Concurrent::kOtherHosts);
 }
 
 void HttpExchange::GiveUp() {
@@ -129,14 +128,14 @@ void HttpExchange::AnswerBegins() {
 }
 
 bool HttpExchange::Receive(std::string_view bytes) {
-    received_ += bytes.size();
-    if (request_.IsRedirect()) return received_ <= kMaxRedirectBody;
+    attempt_.received += bytes.size();
+    if (request_.IsRedirect()) return attempt_.received <= kMaxRedirectBody;
     NoteHead();
-    if (received_ > kMaxDocument)
-        cut_ = Cut::kTooLarge;
+    if (attempt_.received > kMaxDocument)
+        attempt_.cut = Cut::kTooLarge;
     else if (!HasReader() && unread_->IsExceeded())  // a few bytes on the wire may unpack to all there is
-        cut_ = Cut::kNoRoom;
-    if (cut_ != Cut::kNot) return false;
+        attempt_.cut = Cut::kNoRoom;
+    if (attempt_.cut != Cut::kNone) return false;
     if (answer_.Unread() == 0) DeliverLater();
     answer_.Body(bytes);
     return true;
@@ -166,6 +165,7 @@ void HttpExchange::NoteRetryTime() {
 }
 
 void HttpExchange::Completed(CURLcode result) {
+    if (result == HttpRequest::kLibraryGone) return Abort();
     LeaveNetwork();
     if (RepeatInHttp11(result) || RepeatInItsTurn(result) || FollowRedirect() ||
         (result == CURLE_OK && TakeCached()))
@@ -185,7 +185,7 @@ bool HttpExchange::RepeatInHttp11(CURLcode result) {
 
 bool HttpExchange::RepeatInItsTurn(CURLcode result) {
     const bool is_refused_now = !was_refused_ && IsRefusal(result);
-    if (!is_refused_now && cut_ != Cut::kNoRoom) return false;
+    if (!is_refused_now && attempt_.cut != Cut::kNoRoom) return false;
     was_refused_ = was_refused_ || is_refused_now;
     spent_ = {};
     StartOver();
@@ -207,7 +207,8 @@ bool HttpExchange::IsFramingError(CURLcode result) const {
     }
 }
 
-// Whether it might do alone. Servers of many names count connections; words come from the one that was asked.
+// Whether the request may succeed when it is sent alone. A connection may fail for requests to other names of
+// the same machine; a status of 429 or 503 speaks of this host only.
 bool HttpExchange::IsRefusal(CURLcode result) const {
     switch (result) {
         case CURLE_COULDNT_CONNECT:
@@ -215,9 +216,10 @@ bool HttpExchange::IsRefusal(CURLcode result) const {
         case CURLE_GOT_NOTHING:
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
-            return beside_ != Beside::kNothing;
+            return attempt_.concurrent != Concurrent::kNothing;
         case CURLE_HTTP_RETURNED_ERROR:
-            return beside_ == Beside::kSameHost && (request_.Status() == 429 || request_.Status() == 503);
+            return attempt_.concurrent == Concurrent::kSameHost &&
+                   (request_.Status() == 429 || request_.Status() == 503);
         default:
             return false;
     }
@@ -243,13 +245,14 @@ bool HttpExchange::FollowRedirect() {
 bool HttpExchange::TakeCached() {
     if (request_.Status() != 304 || !request_.IsConditional()) return false;
     answer_.BodyFromCache(*cached_, {request_.Header("ETag"), request_.Header("Last-Modified")});
-    End({});
+    phase_ = Phase::kEnded;
+    DeliverLater();
     request_.Release();
     return true;
 }
 
 std::string HttpExchange::FailureText(CURLcode result) const {
-    if (cut_ == Cut::kTooLarge) return kDocumentTooLarge;
+    if (attempt_.cut == Cut::kTooLarge) return kDocumentTooLarge;
     if (result != CURLE_OK) return request_.FailureText(result);
     // What is left of 300 and above are redirects that lead nowhere and answers to questions not asked.
     if (request_.Status() >= 300)
@@ -277,8 +280,8 @@ void HttpExchange::Deliver() {
     const auto kept = shared_from_this();
     if (const auto read_ahead = read_ahead_.lock(); read_ahead && !answer_.IsOver())
         read_ahead->ExchangeChanged(*this);
-    if (answer_.Tell() == HttpAnswer::Telling::kDone) return;
-    wants_whole_ = true;
+    if (answer_.Tell() == HttpAnswer::TellResult::kDone) return;
+    asks_unconditionally_ = true;
     StartOver();
 }
 

@@ -41,14 +41,14 @@ public:
     /// Takes it off the network for having taken too long; it never ends, and TimeSpent() stands still.
     void GiveUp();
     /// Another request goes out or is under way while this one is.
-    void NoteBeside(const HttpExchange& other);
+    void NoteConcurrent(const HttpExchange& other);
 
     bool IsWaiting() const { return phase_ == Phase::kWaiting; }
     /// Its host has refused it beside other requests; it waits to be sent once more when the reader wants it
     /// and the host has nothing else to do.
     bool IsRefused() const { return IsWaiting() && was_refused_; }
     /// It waits to be sent once more, for what it brought found no room.
-    bool HadNoRoom() const { return IsWaiting() && cut_ == Cut::kNoRoom; }
+    bool HadNoRoom() const { return IsWaiting() && attempt_.cut == Cut::kNoRoom; }
     bool IsRunning() const { return phase_ == Phase::kRunning; }
     bool HasReader() const { return answer_.HasReader(); }
     /// Whether the last request has been answered with anything.
@@ -67,10 +67,16 @@ public:
 private:
     /// kWaiting: for ReadAhead to send the next request.
     enum class Phase { kWaiting, kRunning, kEnded, kGivenUp };
-    /// What else was under way beside the present request.
-    enum class Beside { kNothing, kOtherHosts, kSameHost };
-    /// Why the body of the present answer was not taken to its end.
-    enum class Cut { kNot, kTooLarge, kNoRoom };
+    /// What else was under way at the time of a request.
+    enum class Concurrent { kNothing, kOtherHosts, kSameHost };
+    /// Why a body was not taken to its end.
+    enum class Cut { kNone, kTooLarge, kNoRoom };
+    /// What is known of the last request and of nothing before it.
+    struct Attempt {
+        Concurrent concurrent = Concurrent::kNothing;
+        std::size_t received = 0;  ///< bytes of the body
+        Cut cut = Cut::kNone;
+    };
 
     void GoTo(const std::string& url);
     bool EndIfToldToWait();
@@ -111,11 +117,9 @@ private:
     int redirects_ = 0;
     HttpRequest::Version version_ = HttpRequest::Version::kNewest;
     std::optional<CachedAnswer> cached_;
-    bool wants_whole_ = false;  ///< what is cached cannot be used
-    bool was_refused_ = false;  ///< by this origin, once
-    Beside beside_ = Beside::kNothing;
-    std::size_t received_ = 0;  ///< bytes of the present answer's body
-    Cut cut_ = Cut::kNot;
+    bool asks_unconditionally_ = false;  ///< what is cached cannot be used
+    bool was_refused_ = false;           ///< by this origin, once
+    Attempt attempt_;
     Clock::duration spent_{};  ///< on earlier requests
 };
 

@@ -20,6 +20,8 @@ class HttpRequest final {
 public:
     using Clock = std::chrono::steady_clock;
     enum class Version { kNewest, kHttp11 };
+    /// The result of a request that is under way when libcurl's multi handle goes, with the application.
+    static constexpr CURLcode kLibraryGone = CURLE_ABORTED_BY_CALLBACK;
 
     /// Called inside libcurl, which forbids nearly everything there.
     struct Events {
@@ -36,8 +38,9 @@ public:
     HttpRequest(const HttpRequest&) = delete;
     HttpRequest& operator=(const HttpRequest&) = delete;
 
-    /// Asks for `url`, which is encoded, on the condition that the answer has not these validators any more;
-    /// empty ones are no condition. False when libcurl does not take it.
+    /// Asks for `url`, which is encoded, and for a body only if that no longer has these validators
+    /// (If-None-Match, If-Modified-Since); empty ones ask for it in any case. False when libcurl does not
+    /// take it.
     bool Send(const std::string& url, const HttpValidators& condition, Version version);
     /// Takes it off the network, if it is there. Nothing is called.
     void Cancel();

@@ -31,7 +31,7 @@ ReadAhead::ReadAhead(const HttpSession::Settings& settings)
       cache_(std::make_shared<HttpCache>(JoinPath(UserFolder("XDG_CACHE_HOME", ".cache"), "pellago"),
                                          settings.cache, kCacheSize)),
       unread_(std::make_shared<UnreadTotal>(HttpSession::kMaxUnread)) {
-    QObject::connect(&watch_, &QTimer::timeout, &watch_, [this]() noexcept { Watch(); });
+    QObject::connect(&watch_, &QTimer::timeout, &watch_, [this]() noexcept { OnWatchTimer(); });
 }
 
 void ReadAhead::Expect(const std::vector<std::string>& addresses) {
@@ -49,7 +49,7 @@ void ReadAhead::Expect(const std::vector<std::string>& addresses) {
 
 void ReadAhead::Cancel() {
     next_.clear();
-    for (auto& [origin, host] : hosts_) host.held_back.clear();
+    for (auto& [origin, host] : origins_) host.held_back.clear();
     begun_ = 0;
     // As the last step, for each exchange that goes calls RequestIsOver.
     std::exchange(expected_, {}).clear();
@@ -64,7 +64,7 @@ std::shared_ptr<HttpExchange> ReadAhead::TakeOver(const std::string& address) {
         const auto place = found->first;
         while (!expected_.empty() && expected_.begin()->first <= place) DropFirst();
     }
-    if (exchange && IsHeldUp(*exchange)) ClearTheWay(std::exchange(exchange, nullptr)->Origin());
+    if (exchange && IsHeldUp(*exchange)) SendOneAtATime(std::exchange(exchange, nullptr)->Origin());
     if (!exchange) exchange = NewExchange(address);
     awaited_ = exchange;
     awaits_room_since_.reset();
@@ -75,7 +75,7 @@ void ReadAhead::DropFirst() {
     const auto dropped = expected_.extract(expected_.begin());
     if (dropped.mapped().exchange) --begun_;
     next_.erase(dropped.key());
-    hosts_[OriginOf(dropped.mapped())].held_back.erase(dropped.key());
+    origins_[OriginOf(dropped.mapped())].held_back.erase(dropped.key());
 }
 
 std::shared_ptr<HttpExchange> ReadAhead::NewExchange(const std::string& address) {
@@ -135,16 +135,16 @@ void ReadAhead::SendAwaited() {
 bool ReadAhead::HasRoom(const std::string& origin) const {
     const auto running =
         static_cast<std::size_t>(std::ranges::count(running_, origin, &HttpExchange::Origin));
-    const auto host = hosts_.find(origin);
-    const bool one_at_a_time = host != hosts_.end() && host->second.one_at_a_time;
+    const auto host = origins_.find(origin);
+    const bool one_at_a_time = host != origins_.end() && host->second.one_at_a_time;
     return running < (one_at_a_time ? 1 : HttpSession::kPerHost);
 }
 
 // A server that serves one connection at a time has let this one wait, and answered others meanwhile.
 bool ReadAhead::IsHeldUp(const HttpExchange& exchange) const {
-    const auto host = hosts_.find(exchange.Origin());
-    return !exchange.HasAnswer() && exchange.TimeSpent() > settings_.time_out / 12 && host != hosts_.end() &&
-           host->second.last_answer > exchange.RequestBegan();
+    const auto host = origins_.find(exchange.Origin());
+    return !exchange.HasAnswer() && exchange.TimeSpent() > settings_.time_out / 12 &&
+           host != origins_.end() && host->second.last_answer > exchange.RequestBegan();
 }
 
 std::optional<ReadAhead::Place> ReadAhead::NextPlace() {
@@ -153,7 +153,7 @@ std::optional<ReadAhead::Place> ReadAhead::NextPlace() {
         next_.erase(next_.begin());
         const auto origin = OriginOf(expected_.at(place));
         if (HasRoom(origin)) return place;
-        hosts_[origin].held_back.insert(place);
+        origins_[origin].held_back.insert(place);
     }
     return std::nullopt;
 }
@@ -184,8 +184,8 @@ void ReadAhead::GiveBackLastOf(const std::string& origin) {
 }
 
 // For a host that can only do with one request at a time: all that was sent ahead to it is given back.
-void ReadAhead::ClearTheWay(const std::string& origin) {
-    hosts_[origin].one_at_a_time = true;
+void ReadAhead::SendOneAtATime(const std::string& origin) {
+    origins_[origin].one_at_a_time = true;
     for (auto count = running_.size(); count > 0; --count) GiveBackLastOf(origin);
 }
 
@@ -193,8 +193,8 @@ void ReadAhead::ExchangeChanged(HttpExchange& exchange) {
     if (exchange.HadNoRoom()) is_full_ = true;
     if (exchange.IsRefused()) {
         // Sent again when the run waits for it: by then others that the server had to do with are over too.
-        if (exchange.HasReader()) ClearTheWay(exchange.Origin());
-        hosts_[exchange.Origin()].one_at_a_time = true;
+        if (exchange.HasReader()) SendOneAtATime(exchange.Origin());
+        origins_[exchange.Origin()].one_at_a_time = true;
     } else if (exchange.IsWaiting()) {
         const auto found = std::ranges::find_if(
             expected_, [&](const auto& expected) { return expected.second.exchange.get() == &exchange; });
@@ -205,8 +205,8 @@ void ReadAhead::ExchangeChanged(HttpExchange& exchange) {
 
 void ReadAhead::RequestGoesOut(HttpExchange& exchange) {
     for (auto* other : running_) {
-        other->NoteBeside(exchange);
-        exchange.NoteBeside(*other);
+        other->NoteConcurrent(exchange);
+        exchange.NoteConcurrent(*other);
     }
     running_.insert(&exchange);
     if (!watch_.isActive()) watch_.start(kWatchInterval);
@@ -215,13 +215,13 @@ void ReadAhead::RequestGoesOut(HttpExchange& exchange) {
 void ReadAhead::RequestIsOver(HttpExchange& exchange) {
     running_.erase(&exchange);
     if (running_.empty()) watch_.stop();
-    auto& held_back = hosts_[exchange.Origin()].held_back;
+    auto& held_back = origins_[exchange.Origin()].held_back;
     if (!held_back.empty()) next_.insert(held_back.extract(held_back.begin()));
 }
 
-// A server that serves one connection at a time comes to the others only when that one ends.
+// A server that serves one connection at a time comes to the others only when this one is closed.
 bool ReadAhead::MayReuseConnection(const HttpExchange& exchange) {
-    auto& host = hosts_[exchange.Origin()];
+    auto& host = origins_[exchange.Origin()];
     const bool is_last = host.held_back.empty();
     const auto now = Clock::now();
     host.last_answer = now;
@@ -232,7 +232,7 @@ bool ReadAhead::MayReuseConnection(const HttpExchange& exchange) {
     });
 }
 
-void ReadAhead::Watch() {
+void ReadAhead::OnWatchTimer() {
     const auto running = running_;
     for (auto* exchange : running)
         if (!exchange->HasReader() && exchange->TimeSpent() >= settings_.time_out) exchange->GiveUp();

@@ -44,8 +44,8 @@ private:
         std::string address;
         std::shared_ptr<HttpExchange> exchange{};  ///< null: not begun
     };
-    /// What is known of a host, by origin.
-    struct Host {
+    /// What is known of a scheme, host and port.
+    struct OriginState {
         std::set<Place> held_back;                     ///< to be sent when the host has room
         bool one_at_a_time = false;                    ///< it refuses several requests at once
         std::optional<Clock::time_point> last_answer;  ///< when it began
@@ -63,21 +63,21 @@ private:
     void GiveBack(Place place);
     void GiveBackUnread();
     void GiveBackLastOf(const std::string& origin);
-    void ClearTheWay(const std::string& origin);
-    void Watch();
+    void SendOneAtATime(const std::string& origin);
+    void OnWatchTimer();
 
     HttpSession::Settings settings_;
     std::shared_ptr<HttpCache> cache_;
     std::shared_ptr<UnreadTotal> unread_;
     std::map<Place, Expected> expected_;
     std::set<Place> next_;  ///< to be sent
-    std::map<std::string, Host> hosts_;
+    std::map<std::string, OriginState> origins_;
     std::set<HttpExchange*> running_;
     std::weak_ptr<HttpExchange> awaited_;                 ///< what the run asked for last
     std::optional<Clock::time_point> awaits_room_since_;  ///< at the host of that
     QTimer watch_;                                        ///< sees what happens by time alone
-    std::size_t begun_ = 0;                               ///< of what is expected
-    bool is_full_ = false;  ///< something was given back, and little has been read since
+    std::size_t begun_ = 0;                               ///< how many of expected_ have an exchange
+    bool is_full_ = false;  ///< from when the unread bodies were too much until they are half of that
 };
 
 }  // namespace pellago

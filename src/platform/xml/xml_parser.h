@@ -20,7 +20,7 @@ struct XmlParserDeleter {
 class XmlParser final {
 public:
     /// `charset` is what the transfer says about the encoding, empty when it says nothing. A byte-order mark
-    /// comes before it, and it comes before the XML declaration; one that nobody knows is ignored.
+    /// outranks it, and it outranks the XML declaration; one that nobody knows is ignored.
     explicit XmlParser(std::string charset);
 
     /// False when the document cannot be well-formed any more; Error() then says why.
@@ -34,7 +34,7 @@ public:
     // For the callbacks of the library:
     /// Counts nodes about to be made; false ends the parse.
     bool TakeNodes(std::size_t count);
-    /// Counts an attribute declaration, likewise.
+    /// Counts an attribute declaration with a default value; ends the parse when there are too many.
     void TakeDefault();
     /// Ends the parse with that error; false.
     bool Refuse(const char* reason);

@@ -133,6 +133,7 @@ TEST_F(CachedAnswers, ThatAreDamagedOrGoneAreFetchedAnewInTheSameLoad) {
         {"another type", [&] { set_body("NULL"); }},
         {"texts", [&] { Kept("UPDATE Answers SET Body = CAST(Body AS TEXT), Url = 1, ContentType = NULL"); }},
         {"rows", [&] { Kept("DELETE FROM Answers"); }},
+        {"sizes", [&] { Kept("UPDATE Answers SET Size = 9223372036854775807, Body = NULL"); }},
         {"another's answer", [&] { Kept("UPDATE Answers SET ETag = 'y', Body = X'78'"); }},
         {"no database", [&] { test::WriteFile(File(), std::string(5000, 'x')); }},
         {"half of the file", [&] { std::filesystem::resize_file(File(), 6000); }},
@@ -161,6 +162,15 @@ TEST_F(CachedAnswers, ThatAreDamagedOrGoneAreFetchedAnewInTheSameLoad) {
             EXPECT_EQ(document.DocumentElement()->Text(), "right");
         }
     }
+}
+
+TEST_F(CachedAnswers, AreStillKeptBesideSizesThatCannotBe) {
+    server.Answer("/a", Answer("a"));
+    server.Answer("/b", Answer("b"));
+    LoadAnew("/a");
+    Kept("UPDATE Answers SET Size = 9223372036854775807, Used = 0");
+    for (int run = 0; run < 2; ++run) EXPECT_EQ(LoadAnew("/b"), "b");
+    EXPECT_TRUE(WasAskedWithCondition("/b"));
 }
 
 TEST_F(CachedAnswers, AreDoneWithoutWhereTheFolderCannotBeUsed) {

@@ -12,8 +12,9 @@ namespace pellago {
 class DocumentSource;
 class ReadAhead;
 
-/// The transfers of one run, which ends with it: fetches ahead what will be asked for, makes requests
-/// conditional and keeps whole answers for that, spares servers that have asked for it.
+/// Carries the transfers of one run, and is destroyed with it: fetches ahead what will be asked for, makes
+/// requests conditional and keeps whole answers for that, asks no server before the time that its Retry-After
+/// has named.
 ///
 /// Ahead of the run there are at most `read_ahead` transfers in flight and 6 to one host (scheme, name and
 /// port, also after a redirect), and at most 64 MiB of bodies that have arrived. A transfer whose server has
@@ -56,7 +57,8 @@ public:
     void Cancel();
 
 private:
-    std::shared_ptr<ReadAhead> read_ahead_;
+    std::shared_ptr<ReadAhead>
+        read_ahead_;  ///< does the work; out of sight, for it is full of Qt and libcurl
 };
 
 }  // namespace pellago

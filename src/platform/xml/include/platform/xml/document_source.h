@@ -38,9 +38,10 @@ public:
     DocumentSource(const DocumentSource&) = delete;
     DocumentSource& operator=(const DocumentSource&) = delete;
 
-    /// Has the document told from its beginning. Called once.
+    /// From now on calls `events`, from the message loop. Called once.
     virtual void Start(DocumentEvents events) = 0;
-    /// Ends it at once, from wherever it is called; no event comes any more. A reader that goes says so.
+    /// Ends it at once, from wherever it is called, an event included; no event comes any more. A reader must
+    /// call this before it is destroyed, unless `end` has come; then it may let go of the source.
     virtual void Abort() = 0;
     /// How long the network has taken so far, also before Start; zero once it is done, and for files.
     virtual std::chrono::milliseconds TimeSpent() const { return {}; }
