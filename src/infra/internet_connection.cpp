@@ -14,7 +14,7 @@ constexpr std::int32_t kCannotSetOption = 17702;
 constexpr std::int32_t kOffline = 1;
 constexpr std::int32_t kOnline = 2;
 
-ConnectionState State() {
+InternetState State() {
     return kErrors.Run([] { return InternetGetConnectedStateEx(); });
 }
 

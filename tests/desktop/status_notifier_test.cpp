@@ -154,7 +154,8 @@ TEST_F(AStatusNotifierTray, SendsBalloonsAndTellsWhatBecomesOfThem) {
     EXPECT_EQ(first.body, "&lt;new&gt; &amp; old");
     EXPECT_EQ(first.actions.value(0), "default");
     EXPECT_EQ(first.timeout, 5000);
-    EXPECT_THAT(first.picture.width(), testing::AllOf(testing::Ge(32), testing::Le(48))) << "as the style has it";
+    EXPECT_THAT(first.picture.width(), testing::AllOf(testing::Ge(32), testing::Le(48)))
+        << "as the style has it";
     EXPECT_EQ(first.picture.width(), first.picture.height());
 
     service->InvokeAction(first.id + 1, "default");

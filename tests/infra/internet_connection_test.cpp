@@ -20,7 +20,7 @@ Thrown Expected(std::uint32_t number, const std::string& description) {
 
 class AnInternetConnection : public testing::Test {
 protected:
-    ~AnInternetConnection() override { ReplaceConnectionState({}); }
+    ~AnInternetConnection() override { ReplaceInternetState({}); }
 
     test::TempDir folder_;
     test::EnvVar config_home_{"XDG_CONFIG_HOME", folder_.Path().string()};
@@ -30,7 +30,7 @@ protected:
 
 TEST_F(AnInternetConnection, IsOfTheFirstTypeThatApplies) {
     for (const auto& [flags, type] : {std::pair{0x07U, 1}, {0x36U, 2}, {0x04U, 3}, {0x30U, 4}, {0U, 4}}) {
-        ReplaceConnectionState([flags = flags] { return ConnectionState{flags != 0, flags, "net"}; });
+        ReplaceInternetState([flags = flags] { return InternetState{flags != 0, flags, "net"}; });
         EXPECT_EQ(connection_.ConnectionType(), type) << flags;
         EXPECT_EQ(connection_.Connected(), flags != 0);
         EXPECT_EQ(connection_.RasInstalled(), (flags & 0x10) != 0);
@@ -76,7 +76,7 @@ TEST_F(AnInternetConnection, TellsASwitchThatFailsFromWhatItDidNotExpect) {
                   Expected(0x80044526, "Cannot set the Internet option"));
         EXPECT_EQ(connection_.WorkMode(), 2);
     }
-    ReplaceConnectionState([]() -> ConnectionState { throw std::runtime_error("no answer"); });
+    ReplaceInternetState([]() -> InternetState { throw std::runtime_error("no answer"); });
     EXPECT_EQ(ThrownBy([&] { connection_.Connected(); }),
               Expected(0x80044527, "CInternetConnection component failure"));
 }

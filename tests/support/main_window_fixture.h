@@ -25,8 +25,8 @@ namespace pellago::test {
 class AMainWindow : public ARun {
 protected:
     AMainWindow() {
-        ReplaceConnectionState([this] {
-            ConnectionState state;
+        ReplaceInternetState([this] {
+            InternetState state;
             state.connected = connected;
             return state;
         });
@@ -51,7 +51,7 @@ protected:
         PumpFor(std::chrono::milliseconds(1));
         ReplaceMessageBeep(nullptr);
         UseMessageBox(ShowMessageBoxWindow);
-        ReplaceConnectionState(nullptr);
+        ReplaceInternetState(nullptr);
     }
 
     static void Setting(const std::string& name, const std::string& value) {

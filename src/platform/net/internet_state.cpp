@@ -104,8 +104,8 @@ std::vector<std::string> ProxyHosts() {
     return hosts;
 }
 
-ConnectionState StateOfMachine() {
-    ConnectionState state;
+InternetState StateOfMachine() {
+    InternetState state;
     const auto interfaces = InterfacesWithoutLoopback();
     const auto routes = RoutesBy(interfaces);
     for (const auto& route : routes)
@@ -121,7 +121,7 @@ ConnectionState StateOfMachine() {
     return state;
 }
 
-ConnectionState StateOfMachineOrEnvironment() {
+InternetState StateOfMachineOrEnvironment() {
     const char* variable = std::getenv("PELLAGO_CONNECTION");
     const std::string_view named = variable ? variable : "";
     if (named == "none") return {};
@@ -136,7 +136,7 @@ bool IsSwitchedOffline() {
     return value && value->Number().value_or(0) != 0;
 }
 
-ConnectionState StateUnlessSwitchedOff() {
+InternetState StateUnlessSwitchedOff() {
     auto state = StateOfMachineOrEnvironment();
     if (IsSwitchedOffline()) {
         state.connected = false;
@@ -149,7 +149,7 @@ Replaceable connection_state(StateUnlessSwitchedOff);
 
 }  // namespace
 
-ConnectionState InternetGetConnectedStateEx() { return connection_state(); }
+InternetState InternetGetConnectedStateEx() { return connection_state(); }
 
 bool InternetSetConnectedState(std::uint32_t state) {
     if (state != INTERNET_STATE_CONNECTED && state != INTERNET_STATE_DISCONNECTED_BY_USER) return false;
@@ -158,8 +158,6 @@ bool InternetSetConnectedState(std::uint32_t state) {
            RegSetValueEx(HKEY_CURRENT_USER, kSwitchKey, kSwitch, value) == RegResult::kSuccess;
 }
 
-void ReplaceConnectionState(std::function<ConnectionState()> ask) {
-    connection_state.Replace(std::move(ask));
-}
+void ReplaceInternetState(std::function<InternetState()> ask) { connection_state.Replace(std::move(ask)); }
 
 }  // namespace pellago

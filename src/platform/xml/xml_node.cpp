@@ -1,3 +1,5 @@
+#include "platform/xml/xml_node.h"
+
 #include <array>
 #include <optional>
 #include <span>
@@ -5,7 +7,6 @@
 
 #include "platform/values/run_time_error.h"
 #include "platform/values/text.h"
-#include "platform/xml/xml_document.h"
 #include "xml_tree.h"
 
 namespace pellago {

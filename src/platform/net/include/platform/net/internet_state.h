@@ -17,7 +17,7 @@ inline constexpr std::uint32_t INTERNET_CONNECTION_PROXY = 0x04;  ///< through a
 inline constexpr std::uint32_t INTERNET_RAS_INSTALLED = 0x10;     ///< the machine can dial
 inline constexpr std::uint32_t INTERNET_CONNECTION_OFFLINE = 0x20;
 
-struct ConnectionState {
+struct InternetState {
     bool connected = false;
     std::uint32_t flags = 0;
     std::string name;  ///< of the interface with the best route, at most 255 characters; may be empty
@@ -25,7 +25,7 @@ struct ConnectionState {
 
 /// Connected is a machine with a route to others, or with a proxy on itself, which knows ways that are not
 /// seen from here; and only while it is not switched offline. A question that fails counts as no.
-ConnectionState InternetGetConnectedStateEx();
+InternetState InternetGetConnectedStateEx();
 
 inline constexpr std::uint32_t INTERNET_STATE_CONNECTED = 0x01;
 inline constexpr std::uint32_t INTERNET_STATE_DISCONNECTED_BY_USER = 0x10;
@@ -36,6 +36,6 @@ inline constexpr std::uint32_t INTERNET_STATE_DISCONNECTED_BY_USER = 0x10;
 bool InternetSetConnectedState(std::uint32_t state);
 
 /// Makes InternetGetConnectedStateEx answer `ask`; an empty function brings the real answer back. For tests.
-void ReplaceConnectionState(std::function<ConnectionState()> ask);
+void ReplaceInternetState(std::function<InternetState()> ask);
 
 }  // namespace pellago
