@@ -34,10 +34,6 @@ std::vector<DataGrid::Field> Fields() {
     return fields;
 }
 
-bool Boolean(const std::string& text) {
-    return Try([&] { return BooleanFromText(text); });
-}
-
 }  // namespace
 
 frmLog::frmLog()
@@ -101,19 +97,6 @@ void frmLog::Form_Unload() {
     Try([&] { gFormRestore->SavePosition(*this); });
 }
 
-// The grid keeps the layout of its columns and the text that is being typed, whatever the model does.
-void frmLog::FilterChange(int column) {
-    IgnoringErrors([&](Statements& run) {
-        const auto before = rows_->Filter();
-        const auto filter = run([&] { return getFilter(dgLogs_->Columns()); });
-        run([&] { rows_->Filter(filter); });
-        filter_is_valid_ = rows_->Filter() == filter;
-        if (rows_->Filter() != before) run([&] { model_->Bind(dgLogs_->GroupColumns()); });
-        run([&] { dgLogs_->Col(column); });
-        run([&] { ShowStatus(); });
-    });
-}
-
 void frmLog::GroupChange() {
     IgnoringErrors([&](Statements& run) {
         std::string sort;
@@ -130,23 +113,6 @@ void frmLog::ShowStatus() {
     status_->setText(filter_is_valid_
                          ? model_->Status()
                          : QStringLiteral("The filter is not valid; the one before it is in force."));
-}
-
-std::string frmLog::getFilter(std::vector<GridColumn>& columns) {
-    constexpr std::string_view kAnd = " AND ";
-    std::string filter;
-    for (auto& column : columns) {
-        const auto text = column.FilterText();
-        const auto& field = column.DataField();
-        if (Trim(text).empty()) continue;
-        if (field == "EventTime")
-            column.FilterText("");
-        else if (field == "Error")
-            filter.append(kAnd).append(field).append(" = ").append(Boolean(Trim(text)) ? "True" : "False");
-        else
-            filter.append(kAnd).append(field).append(" LIKE '").append(text).append("*'");
-    }
-    return filter.empty() ? filter : filter.substr(kAnd.size());
 }
 
 }  // namespace pellago

@@ -1,11 +1,9 @@
 #include <QCheckBox>
 #include <utility>
 
-#include "app/errors/channel_errors.h"
 #include "app/log/log_viewer.h"
 #include "app/main/main_window.h"
 #include "app/shared/globals.h"
-#include "desktop/message_box.h"
 #include "desktop/progress_display.h"
 #include "engine/update_run.h"
 #include "infra/guarded_routine.h"
@@ -19,11 +17,7 @@ namespace pellago {
 namespace {
 
 constexpr const char* kTitle = "Pellago";
-constexpr std::uint32_t kBalloonMs = 5000;
-constexpr std::int32_t kNoticeSeconds = 10;
 constexpr const char* kNothingDone = "0 %";
-
-std::string At(const char* what) { return std::string(what) + " at " + DefaultText(Now()); }
 
 }  // namespace
 
@@ -60,10 +54,10 @@ void frmMain::RunUpdate(std::int32_t mode, std::int32_t id) {
         run([&] { RunEngine(mode, id); });
         run([&] { ShowIdle(); });
         if (dbu_->Cancel()) {
-            run([&] { ResetProgress(At("Downloading canceled")); });
+            run([&] { ResetProgress(WithTime("Downloading canceled")); });
             if (GivesBalloons()) run([&] { ShowBalloon("News download canceled", NIIF_WARNING); });
         } else {
-            run([&] { ResetProgress(At("Downloading done")); });
+            run([&] { ResetProgress(WithTime("Downloading done")); });
             run([&] { TellOutcome(); });
         }
     });
@@ -90,19 +84,6 @@ bool frmMain::IsInternetConnected() const {
     return Try([] { return CInternetConnection().Connected(); });
 }
 
-void frmMain::TellNoConnection() {
-    IgnoringErrors([&](Statements& run) {
-        const auto* text = "Sorry, the Internet connection is not available!";
-        if (controls_->chkSilent->isChecked()) {
-            if (!isVisible() && Tray())
-                run([&] { ShowBalloon(text, NIIF_INFO); });
-            else
-                run([&] { ShowTimedMessage(text, gAppTitle, kNoticeSeconds); });
-        }
-        run([&] { ResetProgress("Error: the Internet connection is not available"); });
-    });
-}
-
 void frmMain::ShowRunning() {
     shows_running_ = true;
     IgnoringErrors([&](Statements& run) {
@@ -122,49 +103,12 @@ void frmMain::ShowIdle() {
     WithTray([&](auto& tray) { tray.EnableMenuItem(menu_stop_index_, false); });
 }
 
-void frmMain::TellOutcome() {
-    if (isVisible()) {
-        if (!channel_error_list_)
-            ShowTimedMessage(At("News downloading done"), kTitle, kNoticeSeconds);
-        else if (!channel_error_list_->empty())
-            ShowChannelErrors();
-    } else if (GivesBalloons()) {
-        if (channel_error_list_ && !channel_error_list_->empty() &&
-            controls_->chkShowChannelsErrors->isChecked())
-            ShowBalloon("News downloading done with errors", NIIF_ERROR);
-        else
-            ShowBalloon("News downloading done", NIIF_INFO);
-    }
-}
-
-bool frmMain::GivesBalloons() const { return !isVisible() && !controls_->chkSilent->isChecked(); }
-
-void frmMain::ShowBalloon(const std::string& text, std::uint32_t kind) {
-    WithTray([&](auto& tray) { tray.ShowBalloonTip(text, kTitle, kind, kBalloonMs); });
-}
-
 void frmMain::ResetProgress(const std::string& text) {
     provider_->Line("Provider:");
     channel_->Line("Channel:");
     if (!text.empty()) item_->Line(text);
     for (auto* display : {provider_.get(), channel_.get(), item_.get()}) display->Progress(0, kNothingDone);
     pace_->Flush();
-}
-
-// The list is taken away first: a click on the balloon must not bring up the dialog a second time.
-void frmMain::ShowChannelErrors() {
-    IgnoringErrors([&](Statements& run) {
-        const auto list = std::exchange(channel_error_list_, std::nullopt);
-        if (!list || list->empty() || !controls_->chkShowChannelsErrors->isChecked()) return;
-        frmChannelErrors dialog;
-        run([&] { dialog.Load(); });
-        run([&] { dialog.FillChannels(*list); });
-        run([&] { dialog.SupportMail(gErrorHandler->SupportMail()); });
-        run([&] { dialog.BringToTop(); });
-        run([&] { MessageBeep(); });
-        run([&] { dialog.Show(ShowMode::kModal); });
-        run([&] { dialog.Unload(); });
-    });
 }
 
 void frmMain::cmdUpdate_Click() {

@@ -61,17 +61,6 @@ void frmMain::OnChannel(const std::string& name, std::int32_t index, std::int32_
     ShowStep(*channel_, "Channel: ", name, index, count);
 }
 
-void frmMain::OnTimer(std::int32_t /*seconds*/) {
-    IgnoringErrors([&](Statements& run) {
-        if (!Tray()) return;
-        const auto& frames = controls_->picTrayIcons;
-        if (frame_ == frames.size()) frame_ = 0;
-        run([&] { WithTray([&](auto& tray) { tray.IconHandle(frames.at(frame_)); }); });
-        run([&] { WithTray([&](auto& tray) { tray.ToolTip("Downloading: " + provider_->Caption()); }); });
-        ++frame_;
-    });
-}
-
 void frmMain::OnChannelError(const std::string& feed_url, std::int32_t channel_id,
                              const std::string& channel_name, const std::string& error_text) {
     if (!channel_error_list_) return;

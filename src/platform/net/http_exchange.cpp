@@ -7,7 +7,7 @@
 #include "platform/values/addresses.h"
 #include "platform/values/date_time.h"
 #include "platform/values/text.h"
-#include "read_ahead.h"
+#include "request_scheduler.h"
 
 namespace pellago {
 namespace {
@@ -28,11 +28,11 @@ std::string LocalTime(std::int64_t unix_time) {
 
 }  // namespace
 
-HttpExchange::HttpExchange(const std::string& address, std::weak_ptr<ReadAhead> read_ahead,
+HttpExchange::HttpExchange(const std::string& address, std::weak_ptr<RequestScheduler> scheduler,
                            std::shared_ptr<HttpCache> cache, std::shared_ptr<UnreadTotal> unread)
     : multi_(&CurlMulti::Instance()),
       address_(EncodedUrl(address)),
-      read_ahead_(std::move(read_ahead)),
+      scheduler_(std::move(scheduler)),
       cache_(std::move(cache)),
       unread_(std::move(unread)),
       answer_(address_, cache_, unread_),
@@ -52,7 +52,7 @@ void HttpExchange::Start(DocumentEvents events) {
     answer_.ReadBy(std::move(events));
     DeliverLater();
     multi_->DeliverSoon();
-    if (const auto read_ahead = read_ahead_.lock()) read_ahead->SendWhatMayBeSent();
+    if (const auto scheduler = scheduler_.lock()) scheduler->SendWhatMayBeSent();
 }
 
 void HttpExchange::SendNext() {
@@ -68,7 +68,7 @@ void HttpExchange::SendNext() {
         return;
     }
     phase_ = Phase::kRunning;
-    if (const auto read_ahead = read_ahead_.lock()) read_ahead->RequestGoesOut(*this);
+    if (const auto scheduler = scheduler_.lock()) scheduler->RequestGoesOut(*this);
 }
 
 /// Ends an exchange whose server has asked not to be asked before a time that has not come.
@@ -119,11 +119,11 @@ void HttpExchange::LeaveNetwork() {
     spent_ += Clock::now() - request_.Began();
     phase_ = Phase::kWaiting;
     request_.Cancel();
-    if (const auto read_ahead = read_ahead_.lock()) read_ahead->RequestIsOver(*this);
+    if (const auto scheduler = scheduler_.lock()) scheduler->RequestIsOver(*this);
 }
 
 void HttpExchange::AnswerBegins() {
-    if (const auto read_ahead = read_ahead_.lock(); read_ahead && !read_ahead->MayReuseConnection(*this))
+    if (const auto scheduler = scheduler_.lock(); scheduler && !scheduler->MayReuseConnection(*this))
         request_.CloseConnectionAfterwards();
 }
 
@@ -278,8 +278,8 @@ void HttpExchange::End(std::string error) {
 
 void HttpExchange::Deliver() {
     const auto kept = shared_from_this();
-    if (const auto read_ahead = read_ahead_.lock(); read_ahead && !answer_.IsOver())
-        read_ahead->ExchangeChanged(*this);
+    if (const auto scheduler = scheduler_.lock(); scheduler && !answer_.IsOver())
+        scheduler->ExchangeChanged(*this);
     if (answer_.Tell() == HttpAnswer::TellResult::kDone) return;
     asks_unconditionally_ = true;
     StartOver();

@@ -16,16 +16,16 @@
 
 namespace pellago {
 
-class ReadAhead;
+class RequestScheduler;
 class UnreadTotal;
 
 /// A GET with all its redirects and repetitions: decides what is asked for next and what an answer means.
-/// When the next request goes out, ReadAhead decides.
+/// When the next request goes out, RequestScheduler decides.
 class HttpExchange final : public DocumentSource, public std::enable_shared_from_this<HttpExchange> {
 public:
     using Clock = HttpRequest::Clock;
 
-    HttpExchange(const std::string& address, std::weak_ptr<ReadAhead> read_ahead,
+    HttpExchange(const std::string& address, std::weak_ptr<RequestScheduler> scheduler,
                  std::shared_ptr<HttpCache> cache, std::shared_ptr<UnreadTotal> unread);
     ~HttpExchange() override;
 
@@ -35,7 +35,7 @@ public:
     std::chrono::milliseconds TimeSpent() const override;
     void Keep() override;
 
-    // For ReadAhead:
+    // For RequestScheduler:
     /// Sends the next request, if one waits to be sent.
     void SendNext();
     /// Takes it off the network for having taken too long; it never ends, and TimeSpent() stands still.
@@ -61,11 +61,11 @@ public:
     std::size_t Unread() const { return answer_.Unread(); }
 
     // For CurlMulti:
-    /// Tells the reader and ReadAhead what has happened.
+    /// Tells the reader and RequestScheduler what has happened.
     void Deliver();
 
 private:
-    /// kWaiting: for ReadAhead to send the next request.
+    /// kWaiting: for RequestScheduler to send the next request.
     enum class Phase { kWaiting, kRunning, kEnded, kGivenUp };
     /// What else was under way at the time of a request.
     enum class Concurrent { kNothing, kOtherHosts, kSameHost };
@@ -105,7 +105,7 @@ private:
 
     QPointer<CurlMulti> multi_;
     std::string address_;  ///< encoded; empty when it is no URL
-    std::weak_ptr<ReadAhead> read_ahead_;
+    std::weak_ptr<RequestScheduler> scheduler_;
     std::shared_ptr<HttpCache> cache_;
     std::shared_ptr<UnreadTotal> unread_;
     HttpAnswer answer_;

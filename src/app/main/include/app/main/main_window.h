@@ -106,6 +106,8 @@ private:
     void ShowRunning();
     void ShowIdle();
     void TellOutcome();
+    /// "… at " and the present time.
+    static std::string WithTime(const char* what);
     bool GivesBalloons() const;
     void ShowBalloon(const std::string& text, std::uint32_t kind);
     void ResetProgress(const std::string& text);

@@ -10,7 +10,7 @@
 namespace pellago {
 
 class DocumentSource;
-class ReadAhead;
+class RequestScheduler;
 
 /// Carries the transfers of one run, and is destroyed with it: fetches ahead what will be asked for, makes
 /// requests conditional and keeps whole answers for that, asks no server before the time that its Retry-After
@@ -57,8 +57,8 @@ public:
     void Cancel();
 
 private:
-    std::shared_ptr<ReadAhead>
-        read_ahead_;  ///< does the work; out of sight, for it is full of Qt and libcurl
+    std::shared_ptr<RequestScheduler>
+        scheduler_;  ///< does the work; out of sight, for it is full of Qt and libcurl
 };
 
 }  // namespace pellago

@@ -1,4 +1,4 @@
-#include "read_ahead.h"
+#include "request_scheduler.h"
 
 #include <algorithm>
 #include <chrono>
@@ -26,7 +26,7 @@ bool IsSilent(const HttpExchange& exchange) {
 
 }  // namespace
 
-ReadAhead::ReadAhead(const HttpSession::Settings& settings)
+RequestScheduler::RequestScheduler(const HttpSession::Settings& settings)
     : settings_(settings),
       cache_(std::make_shared<HttpCache>(JoinPath(UserFolder("XDG_CACHE_HOME", ".cache"), "pellago"),
                                          settings.cache, kCacheSize)),
@@ -34,7 +34,7 @@ ReadAhead::ReadAhead(const HttpSession::Settings& settings)
     QObject::connect(&watch_, &QTimer::timeout, &watch_, [this]() noexcept { OnWatchTimer(); });
 }
 
-void ReadAhead::Expect(const std::vector<std::string>& addresses) {
+void RequestScheduler::Expect(const std::vector<std::string>& addresses) {
     Cancel();
     if (settings_.read_ahead <= 0) return;
     Place place = 0;
@@ -47,7 +47,7 @@ void ReadAhead::Expect(const std::vector<std::string>& addresses) {
     SendWhatMayBeSent();
 }
 
-void ReadAhead::Cancel() {
+void RequestScheduler::Cancel() {
     next_.clear();
     for (auto& [origin, host] : origins_) host.held_back.clear();
     begun_ = 0;
@@ -55,7 +55,7 @@ void ReadAhead::Cancel() {
     std::exchange(expected_, {}).clear();
 }
 
-std::shared_ptr<HttpExchange> ReadAhead::TakeOver(const std::string& address) {
+std::shared_ptr<HttpExchange> RequestScheduler::TakeOver(const std::string& address) {
     const auto found = std::ranges::find_if(
         expected_, [&](const auto& expected) { return expected.second.address == address; });
     std::shared_ptr<HttpExchange> exchange;
@@ -71,22 +71,22 @@ std::shared_ptr<HttpExchange> ReadAhead::TakeOver(const std::string& address) {
     return exchange;
 }
 
-void ReadAhead::DropFirst() {
+void RequestScheduler::DropFirst() {
     const auto dropped = expected_.extract(expected_.begin());
     if (dropped.mapped().exchange) --begun_;
     next_.erase(dropped.key());
     origins_[OriginOf(dropped.mapped())].held_back.erase(dropped.key());
 }
 
-std::shared_ptr<HttpExchange> ReadAhead::NewExchange(const std::string& address) {
+std::shared_ptr<HttpExchange> RequestScheduler::NewExchange(const std::string& address) {
     return std::make_shared<HttpExchange>(address, weak_from_this(), cache_, unread_);
 }
 
-std::string ReadAhead::OriginOf(const Expected& expected) {
+std::string RequestScheduler::OriginOf(const Expected& expected) {
     return expected.exchange ? expected.exchange->Origin() : pellago::OriginOf(EncodedUrl(expected.address));
 }
 
-void ReadAhead::SendWhatMayBeSent() {
+void RequestScheduler::SendWhatMayBeSent() {
     SendAwaited();
     GiveBackUnread();
     while (MaySendAhead()) {
@@ -103,7 +103,7 @@ void ReadAhead::SendWhatMayBeSent() {
 
 // While the run has something to do, it is enough that as much as may be in flight is there or on its way.
 // Only when it waits for a slow server more is fetched, up to what memory allows.
-bool ReadAhead::MaySendAhead() const {
+bool RequestScheduler::MaySendAhead() const {
     const auto most = static_cast<std::size_t>(settings_.read_ahead);
     const auto silent = static_cast<std::size_t>(
         std::ranges::count_if(running_, [](const auto* exchange) { return IsSilent(*exchange); }));
@@ -113,14 +113,14 @@ bool ReadAhead::MaySendAhead() const {
     return begun_ < most || RunIsWaiting();
 }
 
-bool ReadAhead::RunIsWaiting() const {
+bool RequestScheduler::RunIsWaiting() const {
     const auto awaited = awaited_.lock();
     return awaited && awaited->IsRunning();
 }
 
 // The run waits for this feed. If its host has been busy with others for a second, the last of those is given
 // back.
-void ReadAhead::SendAwaited() {
+void RequestScheduler::SendAwaited() {
     const auto awaited = awaited_.lock();
     if (!awaited || !awaited->IsWaiting()) return;
     const auto now = Clock::now();
@@ -132,7 +132,7 @@ void ReadAhead::SendAwaited() {
     awaited->SendNext();
 }
 
-bool ReadAhead::HasRoom(const std::string& origin) const {
+bool RequestScheduler::HasRoom(const std::string& origin) const {
     const auto running =
         static_cast<std::size_t>(std::ranges::count(running_, origin, &HttpExchange::Origin));
     const auto host = origins_.find(origin);
@@ -141,13 +141,13 @@ bool ReadAhead::HasRoom(const std::string& origin) const {
 }
 
 // A server that serves one connection at a time has let this one wait, and answered others meanwhile.
-bool ReadAhead::IsHeldUp(const HttpExchange& exchange) const {
+bool RequestScheduler::IsHeldUp(const HttpExchange& exchange) const {
     const auto host = origins_.find(exchange.Origin());
     return !exchange.HasAnswer() && exchange.TimeSpent() > settings_.time_out / 12 &&
            host != origins_.end() && host->second.last_answer > exchange.RequestBegan();
 }
 
-std::optional<ReadAhead::Place> ReadAhead::NextPlace() {
+std::optional<RequestScheduler::Place> RequestScheduler::NextPlace() {
     while (!next_.empty()) {
         const auto place = *next_.begin();
         next_.erase(next_.begin());
@@ -158,7 +158,7 @@ std::optional<ReadAhead::Place> ReadAhead::NextPlace() {
     return std::nullopt;
 }
 
-void ReadAhead::GiveBack(Place place) {
+void RequestScheduler::GiveBack(Place place) {
     expected_.at(place).exchange.reset();
     --begun_;
     next_.insert(place);
@@ -166,7 +166,7 @@ void ReadAhead::GiveBack(Place place) {
 
 // The last of the order first, for the run comes to them last. They are not sent again at once, since what is
 // under way brings as much as was given back.
-void ReadAhead::GiveBackUnread() {
+void RequestScheduler::GiveBackUnread() {
     if (unread_->IsUnderHalf()) is_full_ = false;
     for (auto last = expected_.rbegin(); unread_->IsExceeded() && last != expected_.rend(); ++last) {
         if (!last->second.exchange || last->second.exchange->Unread() == 0) continue;
@@ -175,7 +175,7 @@ void ReadAhead::GiveBackUnread() {
     }
 }
 
-void ReadAhead::GiveBackLastOf(const std::string& origin) {
+void RequestScheduler::GiveBackLastOf(const std::string& origin) {
     const auto last = std::find_if(expected_.rbegin(), expected_.rend(), [&](const auto& expected) {
         const auto* exchange = expected.second.exchange.get();
         return exchange && exchange->IsRunning() && exchange->Origin() == origin;
@@ -184,12 +184,12 @@ void ReadAhead::GiveBackLastOf(const std::string& origin) {
 }
 
 // For a host that can only do with one request at a time: all that was sent ahead to it is given back.
-void ReadAhead::SendOneAtATime(const std::string& origin) {
+void RequestScheduler::SendOneAtATime(const std::string& origin) {
     origins_[origin].one_at_a_time = true;
     for (auto count = running_.size(); count > 0; --count) GiveBackLastOf(origin);
 }
 
-void ReadAhead::ExchangeChanged(HttpExchange& exchange) {
+void RequestScheduler::ExchangeChanged(HttpExchange& exchange) {
     if (exchange.HadNoRoom()) is_full_ = true;
     if (exchange.IsRefused()) {
         // Sent again when the run waits for it: by then others that the server had to do with are over too.
@@ -203,7 +203,7 @@ void ReadAhead::ExchangeChanged(HttpExchange& exchange) {
     SendWhatMayBeSent();
 }
 
-void ReadAhead::RequestGoesOut(HttpExchange& exchange) {
+void RequestScheduler::RequestGoesOut(HttpExchange& exchange) {
     for (auto* other : running_) {
         other->NoteConcurrent(exchange);
         exchange.NoteConcurrent(*other);
@@ -212,7 +212,7 @@ void ReadAhead::RequestGoesOut(HttpExchange& exchange) {
     if (!watch_.isActive()) watch_.start(kWatchInterval);
 }
 
-void ReadAhead::RequestIsOver(HttpExchange& exchange) {
+void RequestScheduler::RequestIsOver(HttpExchange& exchange) {
     running_.erase(&exchange);
     if (running_.empty()) watch_.stop();
     auto& held_back = origins_[exchange.Origin()].held_back;
@@ -220,7 +220,7 @@ void ReadAhead::RequestIsOver(HttpExchange& exchange) {
 }
 
 // A server that serves one connection at a time comes to the others only when this one is closed.
-bool ReadAhead::MayReuseConnection(const HttpExchange& exchange) {
+bool RequestScheduler::MayReuseConnection(const HttpExchange& exchange) {
     auto& host = origins_[exchange.Origin()];
     const bool is_last = host.held_back.empty();
     const auto now = Clock::now();
@@ -232,7 +232,7 @@ bool ReadAhead::MayReuseConnection(const HttpExchange& exchange) {
     });
 }
 
-void ReadAhead::OnWatchTimer() {
+void RequestScheduler::OnWatchTimer() {
     const auto running = running_;
     for (auto* exchange : running)
         if (!exchange->HasReader() && exchange->TimeSpent() >= settings_.time_out) exchange->GiveUp();

@@ -16,9 +16,9 @@ namespace pellago {
 
 /// Decides when the requests of a session go out: those that the run waits for, and ahead of it, in the order
 /// of the run, as many others as HttpSession allows.
-class ReadAhead final : public std::enable_shared_from_this<ReadAhead> {
+class RequestScheduler final : public std::enable_shared_from_this<RequestScheduler> {
 public:
-    explicit ReadAhead(const HttpSession::Settings& settings);
+    explicit RequestScheduler(const HttpSession::Settings& settings);
 
     /// See HttpSession.
     void Expect(const std::vector<std::string>& addresses);
