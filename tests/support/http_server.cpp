@@ -40,7 +40,8 @@ struct Route {
     explicit Route(const Reply& reply)
         : etag(reply.etag),
           last_modified(reply.last_modified),
-          closes(reply.framing == Reply::Framing::kClose || reply.cut_after),
+          closes(reply.framing == Reply::Framing::kClose || reply.cut_after || reply.breaks_off),
+          breaks_off(reply.breaks_off),
           stall(reply.stall),
           delay(reply.delay),
           pause_per_byte(reply.pause_per_byte) {
@@ -72,7 +73,7 @@ struct Route {
     std::string etag, last_modified;
     std::string not_modified, whole;
     std::size_t head_size;
-    bool closes, stall;
+    bool closes, breaks_off, stall;
     std::chrono::milliseconds delay;
     std::chrono::microseconds pause_per_byte;
 };
@@ -238,6 +239,8 @@ struct HttpServer::State {
         }
         if (!SendAll(socket, bytes.substr(0, bytes.size() - 1))) return false;
         in_progress.End();
+        const linger at_once{1, 0};
+        if (route->breaks_off) setsockopt(socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
         return SendAll(socket, bytes.substr(bytes.size() - 1)) && (not_modified || !route->closes);
     }
 

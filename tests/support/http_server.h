@@ -26,6 +26,7 @@ struct Reply {
         {};  ///< sent as Last-Modified; without an ETag, the same for If-Modified-Since
     Framing framing = Framing::kLength;
     std::optional<std::size_t> cut_after = std::nullopt;  ///< bytes after the head, then the connection ends
+    bool breaks_off = false;                              ///< the connection is reset after the last byte
     std::chrono::milliseconds delay{0};                   ///< before the first byte
     std::chrono::microseconds pause_per_byte{0};          ///< before each byte of the body
     bool stall = false;                                   ///< reads the request and never answers

@@ -176,6 +176,38 @@ TEST_F(AHostReadAhead, ThatRefusesSeveralAndHasManyNamesLosesNoFeed) {
     }
 }
 
+// The reader turns the loop while it is told of the head, and keeps what it was told.
+TEST_F(AHostReadAhead, ThatBreaksOffBesideAnotherRequestBeginsAnewAlsoInsideTheEventOfTheHead) {
+    server.Answer("/beside", {.stall = true});
+    server.Answer("/a", {.headers = {{"Content-Type", "text/of-the-answer-that-breaks-off"}},
+                         .body = "<a>x</a>",
+                         .cut_after = 3,
+                         .breaks_off = true,
+                         .pause_per_byte = 50ms});
+    HttpSession session({.cache = false});
+    session.Expect({server.Url("/beside", 2)});
+    ASSERT_TRUE(WaitUntil([&] { return server.Requests("/beside") == 1; }));
+    const auto source = session.Open(server.Url("/a"));
+    std::vector<std::string> heads;
+    std::string body;
+    std::optional<std::string> end;
+    const auto head = [&](const DocumentHead& told) {
+        server.Answer("/a", {.body = "<a>y</a>"});
+        EXPECT_TRUE(WaitUntil([&] { return server.Requests("/a") == 2; }));
+        PumpFor(50ms);
+        heads.push_back(told.content_type);
+        body.clear();
+    };
+    source->Start({.head = head,
+                   .body = [&](std::string_view piece) { body += piece; },
+                   .end = [&](const std::string& error) { end = error; }});
+    ASSERT_TRUE(WaitUntil([&] { return end.has_value(); }));
+    EXPECT_THAT(heads, testing::ElementsAre("text/of-the-answer-that-breaks-off", ""));
+    EXPECT_EQ(body, "<a>y</a>");
+    EXPECT_EQ(*end, "");
+    source->Abort();
+}
+
 // It would have answered, had it been asked when the first was over.
 TEST_F(AHostReadAhead, ThatIsTooBusyBesideAnotherRequestIsAskedOnceMoreInItsTurn) {
     server.Answer("/first", {.body = "<a>1</a>", .delay = 300ms});
