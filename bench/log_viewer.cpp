@@ -25,7 +25,6 @@
 #include "desktop/application.h"
 #include "infra/process_objects.h"
 #include "store/de1.h"
-#include "store/schema.h"
 
 namespace pellago::bench {
 namespace {

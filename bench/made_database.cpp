@@ -1,6 +1,6 @@
 #include "made_database.h"
 
-#include "store/schema.h"
+#include "store/database_file.h"
 
 namespace pellago::bench {
 

@@ -4,7 +4,7 @@
 
 #include "cli/plain_text.h"
 #include "cli/verbs.h"
-#include "store/schema.h"
+#include "store/database_file.h"
 
 namespace pellago::cli {
 

@@ -2,7 +2,7 @@
 
 #include "cli/plain_text.h"
 #include "platform/data/connection.h"
-#include "store/schema.h"
+#include "store/database_file.h"
 
 namespace pellago::cli {
 namespace {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "grid/column_drag.h"
+#include "dragged_column.h"
 
 namespace pellago {
 namespace {

@@ -7,6 +7,7 @@
 #include "infra/process_objects.h"
 #include "infra/setting_names.h"
 #include "platform/files/program.h"
+#include "store/database_file.h"
 #include "store/schema.h"
 
 namespace pellago {

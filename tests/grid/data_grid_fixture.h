@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "grid/column_drag.h"
+#include "dragged_column.h"
 #include "grid/data_grid.h"
 
 namespace pellago::test {

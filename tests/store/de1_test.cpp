@@ -5,7 +5,7 @@
 #include <list>
 
 #include "infra/process_objects.h"
-#include "store/schema.h"
+#include "store/database_file.h"
 #include "support/child.h"
 #include "support/support.h"
 #include "support/thrown.h"

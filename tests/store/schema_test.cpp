@@ -5,6 +5,7 @@
 #include <map>
 
 #include "platform/data/recordset.h"
+#include "store/database_file.h"
 #include "store/de1.h"
 #include "support/support.h"
 #include "support/thrown.h"

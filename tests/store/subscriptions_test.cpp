@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "store/all_or_nothing.h"
-#include "store/schema.h"
+#include "store/database_file.h"
 #include "support/support.h"
 
 namespace pellago::test {

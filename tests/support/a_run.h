@@ -9,9 +9,9 @@
 #include "engine/update_run.h"
 #include "infra/guarded_routine.h"
 #include "infra/process_objects.h"
+#include "store/database_file.h"
 #include "store/de1.h"
 #include "store/hand_over.h"
-#include "store/schema.h"
 #include "support/http_server.h"
 #include "support/support.h"
 

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "http_url.h"
+#include "curl_url.h"
 #include "platform/values/addresses.h"
-#include "platform/values/date_time.h"
-#include "platform/values/text.h"
 #include "request_scheduler.h"
 
 namespace pellago {
@@ -16,15 +14,6 @@ constexpr int kMaxRedirects = 5;
 
 // A redirect's own body is nothing to anybody; one that does not end is not waited for.
 constexpr std::size_t kMaxRedirectBody = std::size_t{1} << 20U;
-
-// Some servers say for ever that nothing has changed. Half a day less than eight, so that a daily run that is
-// not always on the minute asks on every eighth.
-constexpr std::int64_t kTrustedFor = std::int64_t{180} * 60 * 60;  // seconds
-
-/// "2026-11-22 10:00:00", in local time.
-std::string LocalTime(std::int64_t unix_time) {
-    return ColumnText(DateTime::FromSeconds(Now().Seconds() + unix_time - UnixTime()));
-}
 
 }  // namespace
 
@@ -69,24 +58,6 @@ void HttpExchange::SendNext() {
     }
     phase_ = Phase::kRunning;
     if (const auto scheduler = scheduler_.lock()) scheduler->RequestGoesOut(*this);
-}
-
-/// Ends an exchange whose server has asked not to be asked before a time that has not come.
-bool HttpExchange::EndIfToldToWait() {
-    if (redirects_ > 0) return false;
-    const auto time = cache_->NotBefore(address_);
-    if (!time) return false;
-    End("The server has asked not to be asked again before " + LocalTime(*time));
-    return true;
-}
-
-// Only the address that the answer came from, last time, can say whether it still holds.
-HttpValidators HttpExchange::Condition() {
-    if (asks_unconditionally_ || !cache_->KeepsBodies()) return {};
-    if (!cached_) cached_ = cache_->Find(address_);
-    const bool holds = cached_ && cached_->url == url_ && cached_->IsUsable() &&
-                       cached_->fetched <= UnixTime() && UnixTime() - cached_->fetched < kTrustedFor;
-    return holds ? cached_->validators : HttpValidators();
 }
 
 void HttpExchange::NoteConcurrent(const HttpExchange& other) {
@@ -145,23 +116,6 @@ void HttpExchange::NoteHead() {
     if (answer_.HasHead() || request_.Status() == 0) return;
     answer_.Head({url_, request_.Header("Content-Type")}, AnswerToKeep());
     DeliverLater();
-}
-
-std::optional<CachedAnswer> HttpExchange::AnswerToKeep() const {
-    if (request_.Status() != 200 || !cache_->KeepsBodies()) return std::nullopt;
-    CachedAnswer answer{{request_.Header("ETag"), request_.Header("Last-Modified")},
-                        url_,
-                        request_.Header("Content-Type"),
-                        UnixTime()};
-    if (!answer.IsUsable() ||
-        LCase(request_.HeaderList("Cache-Control")).find("no-store") != std::string::npos)
-        return std::nullopt;
-    return answer;
-}
-
-void HttpExchange::NoteRetryTime() {
-    if (request_.Status() != 429 && request_.Status() != 503) return;
-    if (const auto seconds = request_.RetryAfter(); seconds > 0) cache_->AskLater(address_, seconds);
 }
 
 void HttpExchange::Completed(CURLcode result) {
@@ -242,15 +196,6 @@ bool HttpExchange::FollowRedirect() {
     return true;
 }
 
-bool HttpExchange::TakeCached() {
-    if (request_.Status() != 304 || !request_.IsConditional()) return false;
-    answer_.BodyFromCache(*cached_, {request_.Header("ETag"), request_.Header("Last-Modified")});
-    phase_ = Phase::kEnded;
-    DeliverLater();
-    request_.Release();
-    return true;
-}
-
 std::string HttpExchange::FailureText(CURLcode result) const {
     if (attempt_.cut == Cut::kTooLarge) return kDocumentTooLarge;
     if (result != CURLE_OK) return request_.FailureText(result);
@@ -283,10 +228,6 @@ void HttpExchange::Deliver() {
     if (answer_.Tell() == HttpAnswer::TellResult::kDone) return;
     asks_unconditionally_ = true;
     StartOver();
-}
-
-void HttpExchange::Keep() {
-    if (answer_.IsWholeFromWire() && !answer_.Keep() && cached_) cache_->Forget(address_);
 }
 
 }  // namespace pellago

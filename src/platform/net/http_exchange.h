@@ -20,7 +20,8 @@ class RequestScheduler;
 class UnreadTotal;
 
 /// A GET with all its redirects and repetitions: decides what is asked for next and what an answer means.
-/// When the next request goes out, RequestScheduler decides.
+/// When the next request goes out, RequestScheduler decides. What it does with the cache is in
+/// http_revalidation.cpp.
 class HttpExchange final : public DocumentSource, public std::enable_shared_from_this<HttpExchange> {
 public:
     using Clock = HttpRequest::Clock;

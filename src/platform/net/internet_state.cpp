@@ -18,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-#include "http_url.h"
+#include "curl_url.h"
 #include "network_routes.h"
 #include "platform/registry/registry.h"
 #include "platform/values/replaceable.h"

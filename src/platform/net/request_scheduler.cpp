@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "http_url.h"
+#include "curl_url.h"
 #include "platform/files/program.h"
 #include "platform/values/addresses.h"
 

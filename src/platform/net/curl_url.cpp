@@ -1,4 +1,4 @@
-#include "http_url.h"
+#include "curl_url.h"
 
 #include <curl/curl.h>
 

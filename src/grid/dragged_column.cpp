@@ -1,4 +1,4 @@
-#include "grid/column_drag.h"
+#include "dragged_column.h"
 
 #include <QCoreApplication>
 #include <QDrag>

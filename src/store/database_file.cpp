@@ -1,3 +1,5 @@
+#include "store/database_file.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +11,6 @@
 #include <system_error>
 
 #include "schema_steps.h"
-#include "store/schema.h"
 
 namespace pellago {
 namespace {
