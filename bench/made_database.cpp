@@ -1,5 +1,6 @@
 #include "made_database.h"
 
+#include "platform/data/connection.h"
 #include "store/database_file.h"
 
 namespace pellago::bench {

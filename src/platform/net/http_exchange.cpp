@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "curl_url.h"
-#include "platform/values/addresses.h"
 #include "request_scheduler.h"
 
 namespace pellago {
@@ -155,7 +154,7 @@ bool HttpExchange::IsFramingError(CURLcode result) const {
         case CURLE_GOT_NOTHING:
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
-            return !request_.IsAnswered() && SchemeOf(url_) == "https";
+            return !request_.IsAnswered() && origin_.starts_with("https:");
         default:
             return false;
     }
