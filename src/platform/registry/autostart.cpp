@@ -37,7 +37,7 @@ Command Split(const std::string& command) {
     return {command.substr(0, end), command.substr(end)};
 }
 
-/// `text` as one argument of an entry's key "Exec" (Desktop Entry Specification).
+/// `text` as one argument of an entry's key "Exec", as freedesktop.org describes desktop entries.
 std::string Quoted(std::string_view text) {
     std::string quoted = "\"";
     for (const char c : text) {
